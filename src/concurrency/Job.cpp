@@ -1,0 +1,43 @@
+#include "concurrency/Job.h"
+
+#include <iostream>
+#include <mutex>
+#include <syncstream>
+#include <typeinfo>
+
+#include "concurrency/ThreadPool.h"
+
+namespace quorel {
+
+Job::Job(ThreadPool<Job>* pool) : pool(pool) {}
+
+Job::~Job() {
+  if (!outEdges.empty()) {
+    std::osyncstream(std::cerr) << "In ~" << typeid(*this).name() << ", there is an out edge.\n";
+  }
+}
+
+void Job::operator()() {
+  run();
+  releaseDependents();
+}
+
+void Job::precede(Job& later) {
+  {
+    const std::lock_guard<Lockable> hold(*this);
+    outEdges.insert(&later);
+  }
+  const std::lock_guard<Lockable> hold(later);
+  later.inEdges.insert(this);
+}
+
+void Job::releaseDependents() {
+  for (Job* dependent : outEdges) {
+    const std::lock_guard<Lockable> hold(*dependent);
+    dependent->inEdges.erase(this);
+    if (dependent->inEdges.empty()) dependent->pool->submit(dependent);
+  }
+  outEdges.clear();
+}
+
+}  // namespace quorel
