@@ -1,0 +1,26 @@
+#pragma once
+
+#include "TinyVector.h"
+#include "versioning/EdgeStyle.h"
+
+namespace quorel {
+
+class Version;
+
+/// Layout payload of an edge: a style and the attribute values that the force loop reads.
+/// Threading: the cached fields are written by the tree build alone, under the layout's lock and globalStyleLock.
+class LayoutEdge {
+public:
+  LayoutEdge() : style(globalEdgeStyle) { style.shared = true; }
+
+  EdgeStyle style;
+  /// The edge is drawn through knots: its chain carries the force, and its own spring is switched off.
+  bool hasKnots = false;
+  float strength = 1.0F;
+  TinyVector<float, 3> orientation{0.0F, 1.0F, 0.0F};
+  bool oriented = false;
+  /// Version at which the cached fields were last read; null before the first refresh. Only compared, never followed.
+  const Version* refreshedVersion = nullptr;
+};
+
+}  // namespace quorel

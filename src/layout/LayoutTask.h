@@ -1,0 +1,66 @@
+#pragma once
+
+#include "concurrency/Job.h"
+#include "layout/GraphLayout.h"
+
+namespace quorel {
+
+/// A job that takes part in a step of a layout: its phases, and the drawing beside them.
+template <class Schema>
+class GraphLayout<Schema>::GraphLayoutTask : public Job {
+public:
+  using Job::Job;
+};
+
+/// One phase of a step for one chunk of the tree.
+/// Invariant: no particle is in two chunks, so that in a phase each vertex is written by one job.
+/// Threading: runs once, on a worker; jobs of a phase run together and those of the next wait for all of them.
+/// Ownership: the step that makes a job deletes it.
+template <class Schema>
+class GraphLayout<Schema>::LayoutTaskBase : public GraphLayoutTask {
+public:
+  LayoutTaskBase(ThreadPool<Job>* pool, BarnesHutRepulsionCalculator* stepCalculator, GraphLayout* stepLayout,
+                 float stepSize, int stepPhase, const typename Spacetree::Iterator& chunk)
+      : GraphLayoutTask(pool),
+        calculator(stepCalculator),
+        positions(chunk),
+        layout(stepLayout),
+        dt(stepSize),
+        phase(stepPhase) {}
+
+  BarnesHutRepulsionCalculator* calculator;
+  typename Spacetree::Iterator positions;
+  GraphLayout* layout;
+  int verticesDone = 0;
+  float dt;
+  int phase;
+
+protected:
+  /// Calls `visit` with each vertex of the chunk and counts it.
+  template <class Visit>
+  void forEachVertex(Visit visit);
+
+  /// The forces on each vertex of the chunk.
+  void evaluateForces();
+};
+
+template <class Schema>
+class GraphLayout<Schema>::LayoutTask_Euler : public LayoutTaskBase {
+public:
+  static constexpr int phaseCount = 2;
+
+  using LayoutTaskBase::LayoutTaskBase;
+  void run() override;
+};
+
+template <class Schema>
+class GraphLayout<Schema>::LayoutTask_RungeKutta : public LayoutTaskBase {
+public:
+  static constexpr int phaseCount = 8;
+
+  using LayoutTaskBase::LayoutTaskBase;
+  void run() override;
+  void forces();
+};
+
+}  // namespace quorel
