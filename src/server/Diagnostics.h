@@ -1,0 +1,25 @@
+#pragma once
+
+#include <iostream>
+#include <syncstream>
+
+namespace quorel {
+
+/// Whether a client's mistakes are told on the log stream. Only the command line clears it, before any other thread
+/// exists.
+extern bool verbose;
+
+/// Writes one whole line to the log stream if `verbose` is set: lines of several threads never mix.
+template <class... Parts>
+void log(const Parts&... parts) {
+  if (verbose) (std::osyncstream(std::clog) << ... << parts) << '\n';
+}
+
+/// The answer to a client's mistake: the line, and -1.
+template <class... Parts>
+int refuse(const Parts&... parts) {
+  log(parts...);
+  return -1;
+}
+
+}  // namespace quorel
