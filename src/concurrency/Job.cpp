@@ -9,7 +9,7 @@
 
 namespace quorel {
 
-Job::Job(ThreadPool<Job>* pool) : pool(pool) {}
+Job::Job(ThreadPool<Job>* readyPool) : pool(readyPool) {}
 
 Job::~Job() {
   if (!outEdges.empty()) {

@@ -20,8 +20,8 @@ class ThreadPool;
 /// Cost:       O(log edges) an edge; one job lock for each edge and one pool lock for each job that becomes ready.
 class Job : public Lockable {
 public:
-  /// `pool` runs the job when it becomes ready; it may be null only for a job that never gets an in-edge.
-  explicit Job(ThreadPool<Job>* pool);
+  /// `readyPool` runs the job when it becomes ready; it may be null only for a job that never gets an in-edge.
+  explicit Job(ThreadPool<Job>* readyPool);
 
   /// Warns if another job still waits for this one.
   ~Job() override;

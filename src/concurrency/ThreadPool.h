@@ -25,7 +25,7 @@ template <class Job>
 class ThreadPool : public ThreadPoolBase, public Lockable {
 public:
   /// Starts `threadCount` workers, or as many as the system grants.
-  explicit ThreadPool(int threadCount, bool deleteFinishedJobs = false);
+  explicit ThreadPool(int threadCount, bool deleteFinished = false);
   ~ThreadPool() override;
 
   /// Places one job on the queue and wakes a worker.
@@ -56,8 +56,8 @@ private:
 };
 
 template <class Job>
-ThreadPool<Job>::ThreadPool(int threadCount, bool deleteFinishedJobs)
-    : outstanding(0), shutdown(false), deleteFinishedJobs(deleteFinishedJobs) {
+ThreadPool<Job>::ThreadPool(int threadCount, bool deleteFinished)
+    : outstanding(0), shutdown(false), deleteFinishedJobs(deleteFinished) {
   pthread_cond_init(&workAvailable, nullptr);
   pthread_cond_init(&allDone, nullptr);
   // Early workers are held at their first lock until `threads` is complete.

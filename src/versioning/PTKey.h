@@ -1,0 +1,28 @@
+#pragma once
+
+#include <iosfwd>
+#include <set>
+
+namespace quorel {
+
+class ParensTreeNode;
+class Version;
+
+/// One parenthesis of one version, shared by all trees that contain it.
+/// Threading:  under globalStyleLock.
+/// Ownership:  made with its version, never freed.
+class PTKey {
+public:
+  explicit PTKey(Version* owner) : version(owner) {}
+
+  /// Writes what can be reached from here as Graphviz statements, one a line; `visited` stops repetition.
+  void debug_dump(std::ostream& out, std::set<void*>& visited);
+
+  Version* version;
+  ParensTreeNode* node = nullptr;  // in the master tree; null until that tree has inserted it
+};
+
+/// -1, 0 or 1 for `a` before, the same as, or after `b` in the master order; both must be in the master tree.
+int compare(const PTKey* a, const PTKey* b);
+
+}  // namespace quorel

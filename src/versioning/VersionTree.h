@@ -1,0 +1,28 @@
+#pragma once
+
+#include <cstdint>
+
+#include "versioning/ParensTree.h"
+#include "versioning/Version.h"
+
+namespace quorel {
+
+/// All versions of one kind of object. Versions of different trees are never mixed.
+/// Threading:  under globalStyleLock.
+/// Ownership:  a version, once made, stays for the life of the process.
+/// Cost:       a new version is two insertions into a treap.
+class VersionTree {
+public:
+  VersionTree();
+
+  /// Makes a child of `parent`; null means the root. Among siblings the later one comes first in the order.
+  Version* newVersion(Version* parent);
+
+  Version* root = nullptr;
+  ParensTree tree{true};
+
+private:
+  std::uint32_t versionCount = 0;
+};
+
+}  // namespace quorel
