@@ -160,6 +160,14 @@ public:
   /// Null before the first parallel step.
   ThreadPool<Job>* threadPool;
   float springConstant;
+
+private:
+  void refreshSpringConstant();
+  void copyStartState();
+  void makeThreadPool();
+  void evaluateForcesSerially();
+  void stepEuler(float dt);
+  void makeKnots(Edge* edge);
 };
 
 extern template class GraphLayout<LayoutSchema>;

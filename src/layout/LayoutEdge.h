@@ -7,13 +7,14 @@ namespace quorel {
 
 class Version;
 
+/// The root of the edge versions; the handle from which every new edge starts follows it.
+inline EdgeStyle globalEdgeStyle;
+
 /// Layout payload of an edge: a style and the attribute values that the force loop reads.
 /// Threading: the cached fields are written by the tree build alone, under the layout's lock and globalStyleLock.
 class LayoutEdge {
 public:
-  LayoutEdge() : style(globalEdgeStyle) { style.shared = true; }
-
-  EdgeStyle style;
+  EdgeStyle style = EdgeStyle::following(globalEdgeStyle);
   /// The edge is drawn through knots: its chain carries the force, and its own spring is switched off.
   bool hasKnots = false;
   float strength = 1.0F;

@@ -19,9 +19,9 @@ public:
 template <class Schema>
 class GraphLayout<Schema>::LayoutTaskBase : public GraphLayoutTask {
 public:
-  LayoutTaskBase(ThreadPool<Job>* pool, BarnesHutRepulsionCalculator* stepCalculator, GraphLayout* stepLayout,
+  LayoutTaskBase(ThreadPool<Job>* readyPool, BarnesHutRepulsionCalculator* stepCalculator, GraphLayout* stepLayout,
                  float stepSize, int stepPhase, const typename Spacetree::Iterator& chunk)
-      : GraphLayoutTask(pool),
+      : GraphLayoutTask(readyPool),
         calculator(stepCalculator),
         positions(chunk),
         layout(stepLayout),

@@ -14,9 +14,7 @@ class Version;
 template <class Particle>
 class Layoutable : public Particle {
 public:
-  Layoutable() : style(globalDefaultStyle) { style.shared = true; }
-
-  VertexStyle style;
+  VertexStyle style = globalDefaultStyle;
   /// Cached `charge` attribute; refreshed at each tree build.
   float charge = 1.0F;
   /// `acceleration` at the end of the last finished step.
@@ -26,11 +24,7 @@ public:
 
   /// The root of the vertex versions, and the handle from which every new vertex starts.
   static inline VertexStyle globalOriginalStyle;
-  static inline VertexStyle globalDefaultStyle = [] {
-    VertexStyle style;
-    style.shared = true;
-    return style;
-  }();
+  static inline VertexStyle globalDefaultStyle = VertexStyle::following(VertexStyle());
 };
 
 }  // namespace quorel

@@ -1,0 +1,51 @@
+#include "layout/Graph.h"
+
+#include "layout/Edge.h"
+#include "layout/Vertex.h"
+#include "layout/randomUnit.h"
+
+namespace quorel {
+
+template <class Schema>
+void Graph<Schema>::clear() {
+  while (!vertices.empty()) delete *vertices.begin();
+}
+
+template <class Schema>
+auto Graph<Schema>::newVertex() -> Vertex* {
+  return new Vertex(*this);
+}
+
+template <class Schema>
+auto Graph<Schema>::newVertex(float, float, float) -> Vertex* {
+  return new Vertex(*this);
+}
+
+template <class Schema>
+auto Graph<Schema>::newVertexNear(Vertex*) -> Vertex* {
+  return new Vertex(*this);
+}
+
+template <class Schema>
+auto Graph<Schema>::newEdge(Vertex* source, Vertex* target) -> Edge* {
+  return new Edge(source, target);
+}
+
+template <class Schema>
+void Graph<Schema>::vertexDestroyed(Vertex* vertex) {
+  vertices.erase(vertex);
+}
+
+template <class Schema>
+void Graph<Schema>::edgeDestroyed(Edge*) {}
+
+template <class Schema>
+TinyVector<float, 3> Graph<Schema>::randomPosition() {
+  TinyVector<float, 3> position;
+  for (std::size_t axis = 0; axis < 3; ++axis) position[axis] = randomUnit() - 0.5F;
+  return position;
+}
+
+template class Graph<LayoutSchema>;
+
+}  // namespace quorel
