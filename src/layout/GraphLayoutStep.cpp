@@ -259,6 +259,11 @@ template void GraphLayout<LayoutSchema>::stepOnce();
 template void GraphLayout<LayoutSchema>::step(float);
 template void GraphLayout<LayoutSchema>::stepRungeKutta(float);
 template void GraphLayout<LayoutSchema>::adaptStepScale();
+template void GraphLayout<LayoutSchema>::refreshSpringConstant();
+template void GraphLayout<LayoutSchema>::copyStartState();
+template void GraphLayout<LayoutSchema>::makeThreadPool();
+template void GraphLayout<LayoutSchema>::evaluateForcesSerially();
+template void GraphLayout<LayoutSchema>::stepEuler(float);
 template void GraphLayout<LayoutSchema>::splitSpacetree(BarnesHutRepulsionCalculator&, Spacetree::Iterator*, int);
 template void GraphLayout<LayoutSchema>::parallelStep2<GraphLayout<LayoutSchema>::LayoutTask_Euler>(float,
                                                                                                     GraphLayoutTask*);
