@@ -1,0 +1,104 @@
+"""A virtual screen, and a hand at its keyboard and mouse."""
+import ctypes
+import os
+import subprocess
+
+from PIL import ImageGrab
+
+from support.picture import Picture
+from support.waiting import wait_until
+
+WINDOW = (0, 0, 800, 600)
+MENU = ["Reset layout", "Toggle fullscreen", "Toggle autozoom", "Toggle parallel", "Toggle labels", "Exit"]
+
+
+class Display:
+    """An X server of its own, without a window manager: the window stands at the screen's upper left, and keys go to the
+    window under the pointer."""
+
+    def __init__(self, width=1024, height=768):
+        self.size = width, height
+        read_end, write_end = os.pipe()
+        self.process = subprocess.Popen(
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp", "-noreset"],
+            pass_fds=[write_end], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+        os.close(write_end)
+        with os.fdopen(read_end) as file:
+            number = file.readline().strip()
+        if not number:
+            raise RuntimeError("Xvfb does not start")
+        self.name = ":" + number
+
+    def stop(self):
+        self.process.terminate()
+        self.process.wait()
+
+    def screen(self):
+        return Picture(ImageGrab.grab(xdisplay=self.name))
+
+    def picture(self):
+        """The window as it is now."""
+        return self.screen().crop(*WINDOW)
+
+    def do(self, *words):
+        """xdotool's WORDS; returns what it prints."""
+        return subprocess.run(["xdotool", *map(str, words)], env={**os.environ, "DISPLAY": self.name}, check=False,
+                              stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True).stdout
+
+    def key(self, *names):
+        self.do("key", *names)
+
+    def move(self, x, y):
+        self.do("mousemove", x, y)
+
+    def click(self, x, y, button=1):
+        self.do("mousemove", x, y, "click", button)
+
+    def double_click(self, x, y):
+        self.do("mousemove", x, y, "click", "--repeat", 2, "--delay", 40, 1)
+
+    def drag(self, start, end, button=1):
+        middle = [(a + b) // 2 for a, b in zip(start, end)]
+        self.do("mousemove", *start, "mousedown", button, "mousemove", *middle, "mousemove", *end, "mouseup", button)
+
+    def window_ids(self):
+        return self.do("search", "--onlyvisible", "--name", "^Tessarel$").split()
+
+    def window_size(self):
+        geometry = dict(line.split("=") for line in self.do("getwindowgeometry", "--shell", self.window_ids()[0]).split())
+        return int(geometry["WIDTH"]), int(geometry["HEIGHT"])
+
+    def open_menu(self, x=60, y=60):
+        """Opens the right button's menu and returns its box on the screen."""
+        before = self.screen()
+        self.click(x, y, 3)
+
+        def menu():
+            grey = self.screen().exactly((178, 178, 178), 12)       # the toolkit's menu background
+            return grey.box if grey.count > 2000 + before.exactly((178, 178, 178), 12).count else None
+        return wait_until(menu, "the menu to open")
+
+    def choose(self, entry):
+        """Chooses a menu entry as a person does: opens the menu, points at the entry, clicks."""
+        left, top, right, bottom = self.open_menu()
+        y = top + (MENU.index(entry) + 0.5) * (bottom - top) / len(MENU)
+        self.do("mousemove", (left + right) // 2, int(y))
+        self.do("click", 1)
+
+    def close_window(self):
+        """What a window manager does when a person closes the window: asks the program to."""
+        x11 = ctypes.CDLL("libX11.so.6")
+        x11.XOpenDisplay.restype = ctypes.c_void_p
+        x11.XInternAtom.restype = ctypes.c_ulong
+        display = ctypes.c_void_p(x11.XOpenDisplay(self.name.encode()))
+        window = ctypes.c_ulong(int(self.window_ids()[0]))
+        atom = {name: x11.XInternAtom(display, name.encode(), 0) for name in ["WM_PROTOCOLS", "WM_DELETE_WINDOW"]}
+
+        class ClientMessage(ctypes.Structure):
+            _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
+                        ("display", ctypes.c_void_p), ("window", ctypes.c_ulong), ("message_type", ctypes.c_ulong),
+                        ("format", ctypes.c_int), ("data", ctypes.c_long * 5), ("padding", ctypes.c_long * 24)]
+        message = ClientMessage(type=33, window=window.value, message_type=atom["WM_PROTOCOLS"], format=32)
+        message.data[0] = atom["WM_DELETE_WINDOW"]
+        x11.XSendEvent(display, window, 0, ctypes.c_long(0), ctypes.byref(message))
+        x11.XCloseDisplay(display)

@@ -1,0 +1,44 @@
+"""The other end of a call back."""
+import http.server
+import re
+import threading
+import xmlrpc.client
+
+
+class Listener:
+    """A client's own XML-RPC server, which notes what it is told and answers as it is bid."""
+
+    def __init__(self, answer="fine"):
+        self.calls, self.release = [], threading.Event()
+        listener = self
+
+        class Handler(http.server.BaseHTTPRequestHandler):
+            def do_POST(self):
+                body = self.rfile.read(int(self.headers["Content-Length"]))
+                arguments, method = xmlrpc.client.loads(body)
+                kinds = re.findall(rb"<value>\s*<(\w+)>", body)
+                listener.calls.append((self.path, method, arguments, kinds, self.headers["User-Agent"]))
+                if answer == "slow":
+                    listener.release.wait()
+                reply = {"garbage": b"<html>no XML-RPC", "fault": xmlrpc.client.dumps(xmlrpc.client.Fault(42, "not today")).encode()}
+                text = reply.get(answer, xmlrpc.client.dumps((0,), methodresponse=True).encode())
+                self.send_response(200)
+                self.send_header("Content-Type", "text/xml")
+                self.send_header("Content-Length", str(len(text)))
+                self.end_headers()
+                self.wfile.write(text)
+
+            def log_message(self, *_):
+                pass
+        self.server = http.server.ThreadingHTTPServer(("127.0.0.1", 0), Handler)
+        self.server.daemon_threads = True
+        self.port = self.server.server_address[1]
+        threading.Thread(target=self.server.serve_forever, daemon=True).start()
+
+    def url(self, path):
+        return f"http://127.0.0.1:{self.port}/{path}"
+
+    def stop(self):
+        self.release.set()
+        self.server.shutdown()
+        self.server.server_close()

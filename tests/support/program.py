@@ -1,0 +1,107 @@
+"""The server as a process: started, called, listened to and ended."""
+import os
+import re
+import signal
+import subprocess
+import threading
+import xmlrpc.client
+
+from support.waiting import SLOWNESS, wait_until
+
+PORT = 20738
+URL = f"http://127.0.0.1:{PORT}/RPC2"
+BINARY = os.environ.get("TESSAREL", "build/release/src/tessarel")
+COMPLAINTS = re.compile(r"Sanitizer|runtime error:|Assertion|terminate called|^X Error|freeglut.*ERROR")
+
+
+class Lines:
+    """The lines of a stream as they come."""
+
+    def __init__(self, stream):
+        self.lines = []
+        self.thread = threading.Thread(target=self._read, args=(stream,), daemon=True)
+        self.thread.start()
+
+    def _read(self, stream):
+        for line in stream:
+            self.lines.append(line.rstrip("\n"))
+        stream.close()
+
+    def __len__(self):
+        return len(self.lines)
+
+    def since(self, mark):
+        return self.lines[mark:]
+
+    def matching(self, pattern, since=0):
+        return [match for match in (re.search(pattern, line) for line in self.lines[since:]) if match]
+
+    def wait_for(self, pattern, since=0, count=1, seconds=10.0):
+        """Returns the last of the first count matches."""
+        return wait_until(lambda: self.matching(pattern, since)[count - 1:count], f"{count} lines like {pattern!r}", seconds)[0]
+
+
+class Client:
+    """One client: client.new_vertex() calls tessarel.new_vertex. A connection a call, so that none is kept from others."""
+
+    def __getattr__(self, method):
+        def call(*arguments):
+            with xmlrpc.client.ServerProxy(URL) as server:
+                return getattr(server.tessarel, method)(*arguments)
+        return call
+
+
+class Program:
+    def __init__(self, display, *arguments, wait=True):
+        # Rasterising in the calling thread keeps the driver's own threads out of the measurements and the sanitizers' sight.
+        environment = {**os.environ, "DISPLAY": display.name, "LP_NUM_THREADS": "0", "LIBGL_ALWAYS_SOFTWARE": "1"}
+        self.display = display
+        self.process = subprocess.Popen([BINARY, *arguments], env=environment, stdin=subprocess.DEVNULL,
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, errors="replace")
+        self.output = Lines(self.process.stdout)
+        self.errors = Lines(self.process.stderr)
+        self.client = Client()
+        if wait:
+            self.wait_until_answering()
+
+    def wait_until_answering(self):
+        def answers():
+            if self.process.poll() is not None:
+                raise AssertionError(f"ended with {self.process.returncode}: {self.output.lines + self.errors.lines}")
+            try:
+                with xmlrpc.client.ServerProxy(URL) as server:
+                    return "tessarel.clear" in server.system.listMethods()
+            except OSError:
+                return False
+        wait_until(answers, "the server to answer", 20)
+        wait_until(self.display.window_ids, "the window", 20)
+
+    def processor_seconds(self):
+        """Processor time used so far, by all threads."""
+        with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as file:
+            fields = file.read().rpartition(")")[2].split()
+        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+    def alive(self):
+        return self.process.poll() is None
+
+    def wait(self, seconds=10.0):
+        """Waits for the end and returns the status; fails if the process does not end or has complained about itself."""
+        try:
+            status = self.process.wait(seconds * SLOWNESS)
+        except subprocess.TimeoutExpired:
+            self.kill()
+            raise AssertionError(f"the program has not ended within {seconds * SLOWNESS:g} s") from None
+        self.output.thread.join()
+        self.errors.thread.join()
+        complaints = [line for line in self.output.lines + self.errors.lines if COMPLAINTS.search(line)]
+        assert not complaints, "\n".join(self.errors.lines[-80:])
+        return status
+
+    def terminate(self):
+        self.process.send_signal(signal.SIGTERM)
+        return self.wait()
+
+    def kill(self):
+        self.process.kill()
+        self.process.wait()

@@ -1,0 +1,226 @@
+"""Every key, every way to use the mouse, every entry of the menu."""
+import pytest
+
+from support.display import MENU
+from support.waiting import stays, wait_until
+from test_layout import distance, report
+from test_picture import GREEN, MIDDLE, RED, steady, web
+
+STATUS_LINE = (340, 522, 640, 548)
+
+
+@pytest.fixture
+def pair(graph):
+    """Two green cubes with labels one above the other, joined by a red edge."""
+    graph.set_vertex_style_attribute(0, "color", web(GREEN))
+    graph.set_vertex_style_attribute(0, "label", "mmmm")
+    graph.set_edge_style_attribute(0, "color", web(RED))
+    graph.set_edge_style_attribute(0, "width", "3")
+    graph.set_edge_style_attribute(0, "oriented", "true")
+    graph.new_vertex_w_id(1)
+    graph.new_vertex_w_id(2)
+    graph.new_edge_w_id(3, 1, 2)
+    return graph
+
+
+def settle(display):
+    wait_until(lambda: display.picture().tinted(RED).height > 40, "the pair upright", 20)
+    return steady(display, lambda picture: picture.tinted(RED))
+
+
+def white(picture):
+    return picture.exactly((255, 255, 255), 40)
+
+
+def test_toggles_show_and_hide(display, pair):
+    """Each key twice: what it shows comes and goes, or goes and comes back."""
+    settle(display)
+    toggles = [
+        ("l", "labels", lambda picture: white(picture).count > 20, True),
+        ("L", "labels", lambda picture: white(picture).count > 20, True),
+        ("v", "vertices", lambda picture: picture.tinted(GREEN).count > 20, True),
+        ("V", "vertices", lambda picture: picture.tinted(GREEN).count > 20, True),
+        ("x", "axes", lambda picture: picture.crop(0, 280, 200, 320).lit().count > 100, False),
+        ("t", "spacetree", lambda picture: picture.exactly(GREEN).count > 100 or picture.lit().extent > 300, False),
+        ("T", "spacetree", lambda picture: picture.exactly(GREEN).count > 100 or picture.lit().extent > 300, False),
+        ("a", "forces", lambda picture: picture.tinted((255, 255, 0)).count > 5, False),
+        ("A", "forces", lambda picture: picture.tinted((255, 255, 0)).count > 5, False),
+        ("S", "status line", lambda picture: picture.crop(*STATUS_LINE).bright().count > 100, False),
+        ("percent", "drawing", lambda picture: picture.tinted(RED).count > 20, True),
+        ("percent", "status line", lambda picture: picture.crop(*STATUS_LINE).bright().count > 100, False),
+        ("space", "status line", lambda picture: picture.crop(*STATUS_LINE).bright().count > 100, False),
+    ]
+    for key, what, shows, usually in toggles:
+        assert shows(display.picture()) == usually, what
+        display.key(key)
+        wait_until(lambda: shows(display.picture()) != usually, f"{key} toggles {what}", 4)
+        display.key(key)
+        wait_until(lambda: shows(display.picture()) == usually, f"{key} toggles {what} back", 4)
+    assert white(display.picture()).count > 20
+
+
+def test_without_vertices_the_edges_stay(display, pair):
+    settle(display)
+    display.key("v")
+    wait_until(lambda: display.picture().tinted(GREEN).count == 0, "no vertices", 4)
+    assert display.picture().tinted(RED).count > 20
+    display.key("v")
+
+
+def test_pause_holds_the_layout_but_not_the_picture(display, graph, program):
+    display.key("space")
+    graph.new_vertex_w_id(1)
+    graph.new_vertex_w_id(2)
+    graph.set_vertex_style_attribute(0, "color", web(GREEN))
+    wait_until(lambda: display.picture().tinted(GREEN).count > 20, "new vertices though paused", 4)
+    graph.new_edge_w_id(3, 1, 2)
+    wait_until(lambda: abs(distance(display, program) - 0.75) > 0.01, "eigenvalues of the new graph", 5, 0.2)
+    held = report(display, program)[2]
+    graph.set_edge_attribute(3, "strength", "50")
+    wait_until(lambda: report(display, program)[2] == report(display, program)[2], "the smoothing to end", 10, 0.3)
+    held = distance(display, program)
+    display.key("space")
+    wait_until(lambda: abs(distance(display, program) - held) > 0.01, "motion", 10, 0.2)
+
+
+def test_the_zoom_keys_glide_and_add_up(display, pair, program):
+    settle(display)
+    start = report(display, program)[0]
+    for key, glide in [("Up", 1), ("Down", -1), ("exclam", -10), ("at", 10)]:
+        before = report(display, program)[0]
+        display.key(key)
+        wait_until(lambda: abs(report(display, program)[0] - before - glide) < 0.01 * abs(glide), f"{key} by {glide}", 15, 0.3)
+    assert abs(report(display, program)[0] - start) < 0.3
+
+
+@pytest.mark.parametrize("one_way, other_way", [("Left", "Right"), ("Right", "Left"), ("u", "d"), ("D", "U")])
+def test_spin_keys_turn_the_view_and_their_opposites_stop_it(display, pair, one_way, other_way):
+    graph = pair
+    graph.new_vertex_w_id(4)                    # something off the vertical, to be seen turning about it
+    graph.new_edge_w_id(5, 2, 4)
+    graph.set_edge_attribute(5, "oriented", "false")
+    steady(display, lambda picture: picture.lit())
+    upright = display.picture()
+    display.key(one_way)
+    wait_until(lambda: display.picture().difference(upright).count > 100, "the view turns", 5)
+    moving = display.picture()
+    wait_until(lambda: display.picture().difference(moving).count > 100, "and goes on turning", 5)
+    display.key(other_way)
+    steady(display, lambda picture: picture.lit())
+
+
+def test_digits_shake_and_r_scatters(display, pair, program):
+    settle(display)
+    for key in "123456789":
+        before = steady(display, lambda picture: picture.lit()).mask.tobytes()
+        display.key(key)
+        wait_until(lambda: display.picture().lit().mask.tobytes() != before, f"a shake by {key}", 4)
+    for key in "rR":
+        wait_until(lambda: abs(distance(display, program) - 0.9) < 0.2, "rest", 20, 0.3)
+        before = display.picture()
+        display.key(key)
+        wait_until(lambda: display.picture().difference(before).count > 100, "a scattered graph", 4)
+
+
+def test_friction_is_said_and_survives_clear(display, graph, program):
+    mark = len(program.output)
+    for key, value in [("F", "0.5"), ("f", "0.25"), ("f", "0.125"), ("F", "0.25")]:
+        display.key(key)
+        program.output.wait_for(f"^Friction = {value}$", mark)
+        mark = len(program.output)
+    display.key("F")
+    program.output.wait_for("^Friction = 0.5$", mark)
+    graph.clear()
+    display.key("f")
+    program.output.wait_for("^Friction = 0.25$", mark)
+
+
+def test_the_time_step_keys_change_the_pace(display, pair, program):
+    """With the step nearly at nothing the pair no longer moves; the steps back bring it to its place."""
+    settle(display)
+    display.key(*["minus"] * 60)
+    pair.set_edge_attribute(3, "strength", "0.1")
+    before = display.picture()
+    assert stays(lambda: display.picture().difference(before).count < 30, 1)
+    display.key(*["plus"] * 60)
+    wait_until(lambda: display.picture().difference(before).count > 30, "motion", 10)
+
+
+def test_keys_without_a_meaning_do_nothing(display, pair, program):
+    settle(display)
+    wait_until(lambda: stays(lambda p=display.picture(): display.picture().difference(p).count == 0, 0.5), "a still picture", 20)
+    before, marks = display.picture(), (len(program.output), len(program.errors))
+    display.key("E", "e", "s", "b", "0", "z", "Z", "X", "y", "period", "Tab", "BackSpace", "Return", "F1", "F12", "Home", "End",
+                "Page_Up", "Insert", "G", "g", "Q", "q")
+    display.do("mousemove", *MIDDLE, "click", "--repeat", 3, 4, "click", "--repeat", 3, 5, "click", 6, "click", 7)    # the wheel
+    wait_until(lambda: report(display, program), "the last key")
+    assert display.picture().difference(before).count == 0
+    assert (program.output.since(marks[0]), len(program.errors.since(marks[1]))) == ([], 1)
+
+
+def test_escape_says_its_two_lines_once(display, graph, program):
+    mark = len(program.errors)
+    display.key("Escape")
+    program.errors.wait_for("right-mouse", mark)
+    display.key("Escape", "Escape", "asciitilde")
+    program.errors.wait_for("^camera_dist", mark)
+    assert program.errors.since(mark)[:-1] == ["Use ESC to exit full-screen mode.  To exit Tessarel, use the ",
+                                               "right-mouse button menu."]
+    assert program.alive()
+
+
+def test_a_left_drag_turns_and_another_drag_slides(display, pair):
+    upright = settle(display)
+    display.drag((200, 100), (200, 250))                # a quarter turn about the horizontal axis: seen from the end
+    wait_until(lambda: display.picture().tinted(RED).height < 0.6 * upright.height, "a foreshortened edge", 4)
+    display.drag((200, 250), (200, 100))
+    wait_until(lambda: abs(display.picture().tinted(RED).height - upright.height) < 4, "the view from before", 4)
+    display.drag((100, 300), (500, 300))                # half a turn about the vertical axis
+    wait_until(lambda: abs(display.picture().tinted(RED).height - upright.height) < 6, "the edge from behind", 4)
+    display.drag((500, 300), (100, 300))
+    for button in (2,):
+        display.drag((400, 300), (500, 260), button)
+        wait_until(lambda: abs(display.picture().tinted(RED).centre[0] - upright.centre[0] - 100) < 5, "the picture slides", 4)
+        assert abs(display.picture().tinted(RED).centre[1] - upright.centre[1] + 40) < 5
+        assert display.window_size() == (800, 600)
+        display.drag((500, 260), (400, 300), button)
+        wait_until(lambda: abs(display.picture().tinted(RED).centre[0] - upright.centre[0]) < 5, "and back", 4)
+
+
+def test_the_menu(display, pair, program):
+    settle(display)
+    left, top, right, bottom = display.open_menu()
+    assert right - left > 80 and (bottom - top) / len(MENU) > 10
+    display.click(700, 500)                     # beside the menu: closes it
+    before = display.picture()
+    display.choose("Toggle labels")
+    wait_until(lambda: white(display.picture()).count < 20, "no labels", 4)
+    display.choose("Toggle labels")
+    wait_until(lambda: white(display.picture()).count > 20, "labels", 4)
+    display.choose("Reset layout")
+    wait_until(lambda: display.picture().difference(before).count > 100, "a scattered graph", 4)
+    settle(display)
+    display.choose("Toggle autozoom")
+    autozoom = report(display, program)[1]
+    pair.set_edge_attribute(3, "strength", "0.05")
+    wait_until(lambda: distance(display, program) > 1.5, "a longer edge", 20, 0.3)
+    assert report(display, program)[1] == autozoom
+    display.choose("Toggle autozoom")
+    wait_until(lambda: report(display, program)[1] < autozoom - 0.5, "the camera to stand back", 20, 0.3)
+    display.choose("Toggle parallel")
+    pair.set_edge_attribute(3, "strength", "1")
+    wait_until(lambda: distance(display, program) < 1.2, "the serial step to do the same", 20, 0.3)
+    display.choose("Toggle parallel")
+
+
+def test_full_screen_and_back_to_the_size_from_before(display, pair):
+    for leave in (lambda: display.key("Escape"), lambda: display.choose("Toggle fullscreen")):
+        display.do("windowsize", "--sync", display.window_ids()[0], 640, 480)
+        wait_until(lambda: display.window_size() == (640, 480), "the size asked for")
+        display.choose("Toggle fullscreen")
+        wait_until(lambda: display.window_size() == display.size, "the full screen", 5)
+        wait_until(lambda: abs(display.screen().tinted(GREEN).centre[0] - display.size[0] / 2) < 40, "the picture in its middle", 5)
+        leave()
+        wait_until(lambda: display.window_size() == (640, 480), "the size from before", 5)
+    display.do("windowsize", "--sync", display.window_ids()[0], 800, 600)
+    wait_until(lambda: display.window_size() == (800, 600), "the first size")

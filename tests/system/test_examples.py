@@ -1,0 +1,111 @@
+"""Each example, as a newcomer runs it, in a real window."""
+import pathlib
+import re
+import subprocess
+import sys
+import threading
+
+import pytest
+
+from support.waiting import SLOWNESS, wait_until
+from test_picture import RED, steady
+
+EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
+
+
+class Example:
+    def __init__(self, name, *arguments):
+        self.process = subprocess.Popen([sys.executable, EXAMPLES / name, *map(str, arguments)], stdout=subprocess.PIPE,
+                                        stderr=subprocess.PIPE, text=True)
+
+    def end(self):
+        """Waits for it to end by itself; returns what it printed."""
+        output, errors = self.process.communicate(timeout=60 * SLOWNESS)
+        assert (self.process.returncode, errors) == (0, "")
+        return output
+
+
+def colours(picture, least=15):
+    """The number of clearly different hues in the picture."""
+    hue, saturation, value = picture.image.convert("HSV").split()
+    counts = [0] * 12
+    for h, s, v in zip(hue.getdata(), saturation.getdata(), value.getdata()):
+        if s > 70 and v > 50:
+            counts[h * 12 // 256] += 1
+    return sum(count >= least for count in counts)
+
+
+@pytest.fixture(autouse=True)
+def nothing_is_refused(program, graph):
+    mark = len(program.errors)
+    yield
+    assert [line for line in program.errors.since(mark) if "tessarel" in line] == []
+
+
+def test_the_package_graph_grows_to_all_that_is_installed(display, program, graph):
+    example = Example("package_graph.py", "--seconds", 3)
+    wait_until(lambda: display.picture().lit().count > 500, "the first packages", 20)
+    early = display.picture().lit().count
+    wait_until(lambda: display.picture().lit().count > 1.5 * early, "more of them", 20)
+    example.end()
+    installed = subprocess.run(["dpkg-query", "-f", "${db:Status-Status}\n", "-W"], capture_output=True, text=True, check=True)
+    count = installed.stdout.splitlines().count("installed")
+    known = [graph.set_vertex_attribute(number, "fontsize", "12") for number in (1, count)]
+    assert known == [0, 0] and colours(display.picture()) >= 4
+
+
+def test_an_edge_list_becomes_a_graph_with_its_words(display, graph, tmp_path):
+    path = tmp_path / "edges.txt"
+    path.write_text("a b\nb c  a road\n# nothing\na c # same\n\nalone\na a\n")
+    assert Example("edge_list.py", "--seconds", 0.5, path).end() == "4 vertices, 5 lines\n"
+    wait_until(lambda: display.picture().exactly((255, 255, 255), 40).count > 40, "labels", 5)
+
+
+def test_the_process_tree_shows_load_birth_and_death(display, graph):
+    example = Example("process_tree.py", "--seconds", 14 * SLOWNESS)
+    idle = wait_until(lambda: display.picture().tinted((0, 96, 255)).count > 50, "idle processes in blue", 20)
+    assert idle
+    before = display.picture().tinted(RED, 8).count
+    busy = subprocess.Popen([sys.executable, "-c", "while True: pass"])
+    try:
+        wait_until(lambda: display.picture().tinted(RED, 8).count > before + 20, "the busy one in red", 10)
+        assert graph.set_vertex_attribute(busy.pid, "fontsize", "12") == 0
+    finally:
+        busy.kill()
+        busy.wait()
+    example.end()
+
+
+def test_a_double_click_in_the_include_graph_lights_up_what_depends_on_a_file(display, graph, tmp_path):
+    for name, text in [("a.h", ""), ("b.h", '#include "a.h"\n'), ("c.cpp", '#include "b.h"\n'), ("d.cpp", '#include <a.h>\n')]:
+        (tmp_path / name).write_text(text)
+    example = Example("include_graph.py", "--seconds", 15 * SLOWNESS, tmp_path)
+    lines = []
+    threading.Thread(target=lambda: lines.extend(iter(example.process.stdout.readline, "")), daemon=True).start()
+    wait_until(lambda: display.picture().lit().count > 200, "the files", 10)
+    for number, size in [(1, "3"), (2, "0.1"), (3, "0.1"), (4, "0.1")]:        # make the first easy to hit
+        wait_until(lambda: graph.set_vertex_attribute(number, "size", size) == 0, "the vertex", 5)
+    graph.set_vertex_attribute(1, "fontcolor", "#000000")
+    graph.set_vertex_attribute(1, "color", "#00FF00")
+    spot = steady(display, lambda picture: picture.tinted((0, 255, 0))).centre
+    display.double_click(*map(int, spot))
+    wait_until(lambda: lines, "the click to be heard", 5)
+    assert re.fullmatch(r".*a\.h: 2 more files are compiled anew when it changes\n", lines[0])
+    wait_until(lambda: display.picture().tinted((0, 255, 0)).count == 0, "the file lit up", 5)
+    example.process.wait(60 * SLOWNESS)
+    assert example.process.returncode == 0
+
+
+def test_the_include_graph_of_this_project(display, graph):
+    example = Example("include_graph.py", "--seconds", 5 * SLOWNESS)
+    wait_until(lambda: display.picture().lit().count > 3000 and colours(display.picture()) >= 3, "a graph in colours", 20)
+    example.end()
+
+
+def test_the_search_draws_itself_on_the_maze(display, graph):
+    example = Example("maze_search.py", "--seconds", 10 * SLOWNESS)
+    done, waiting = (48, 112, 255), (255, 224, 64)
+    wait_until(lambda: display.picture().tinted(done).count > 20 and display.picture().tinted(waiting).count > 5, "a search", 30)
+    early = display.picture().tinted(done).count
+    wait_until(lambda: display.picture().tinted(done).count > 1.5 * early, "the search to go on", 30)
+    example.end()

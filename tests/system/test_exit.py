@@ -1,0 +1,111 @@
+"""Every way out, with clients still calling: the status is right, and nothing crashes on the way.
+
+TESSAREL_EXIT_REPEATS tells how often each way is tried.
+"""
+import http.client
+import os
+import signal
+import threading
+import time
+import xml.parsers.expat
+import xmlrpc.client
+
+import pytest
+
+from support.listener import Listener
+from support.program import URL, Program
+from support.waiting import wait_until
+from test_picture import GREEN, steady, web
+
+REPEATS = int(os.environ.get("TESSAREL_EXIT_REPEATS", "2"))
+
+
+class Callers:
+    """Clients that go on making and changing a graph until nobody answers any more."""
+
+    def __init__(self, count=6):
+        self.answered = [0] * count
+        self.threads = [threading.Thread(target=self._call, args=(number,), daemon=True) for number in range(count)]
+        for thread in self.threads:
+            thread.start()
+
+    def _call(self, number):
+        server = xmlrpc.client.ServerProxy(URL)
+        last = None
+        try:
+            while True:
+                several = xmlrpc.client.MultiCall(server)
+                vertex = 10000 * number + self.answered[number]
+                several.tessarel.new_vertex_w_id(vertex)
+                several.tessarel.set_vertex_attribute(vertex, "label", "on the way")
+                if last is not None:
+                    several.tessarel.new_edge_w_id(vertex, last, vertex)
+                    several.tessarel.set_edge_attribute(vertex, "spline", "true")
+                if self.answered[number] % 5 == 4:
+                    several.tessarel.remove_vertex(vertex)
+                    last = None
+                else:
+                    last = vertex
+                list(several())
+                self.answered[number] += 1
+        except (OSError, http.client.HTTPException, xmlrpc.client.Error, xml.parsers.expat.ExpatError):
+            pass                                # the program has gone, perhaps in the middle of a reply
+
+    def wait_until_busy(self):
+        wait_until(lambda: min(self.answered) >= 8, "all clients to be answered", 30)
+
+    def join(self):
+        for thread in self.threads:
+            thread.join(30)
+        assert not any(thread.is_alive() for thread in self.threads)
+
+
+WAYS = {
+    "menu": (lambda program, display: display.choose("Exit"), 0),
+    "window closed": (lambda program, display: display.close_window(), 0),
+    "SIGTERM": (lambda program, display: program.process.terminate(), -signal.SIGTERM),
+    "SIGINT": (lambda program, display: program.process.send_signal(signal.SIGINT), -signal.SIGINT),
+}
+
+
+@pytest.mark.parametrize("busy", [True, False], ids=["clients calling", "at rest"])
+@pytest.mark.parametrize("way", WAYS)
+def test_a_way_out_ends_with_its_status(display, way, busy):
+    leave, status = WAYS[way]
+    for _ in range(REPEATS if busy else 1):
+        program = Program(display)
+        callers = Callers() if busy else None
+        if callers:
+            callers.wait_until_busy()
+        leave(program, display)
+        assert program.wait() == status
+        if callers:
+            callers.join()
+
+
+def test_a_taken_port_ends_the_second_each_time_while_clients_call_the_first(display):
+    first = Program(display)
+    callers = Callers(3)
+    callers.wait_until_busy()
+    for _ in range(REPEATS):
+        assert Program(display, wait=False).wait() == 1
+    answered = list(callers.answered)
+    wait_until(lambda: all(now > before for now, before in zip(callers.answered, answered)), "the first to go on answering")
+    first.terminate()
+    callers.join()
+
+
+def test_a_client_that_has_not_answered_does_not_hold_up_the_end(display):
+    for _ in range(REPEATS):
+        slow, program = Listener("slow"), Program(display)
+        program.client.new_vertex_w_id(1)
+        for key, value in [("size", "5"), ("color", web(GREEN)), ("callback_left_doubleclick", slow.url("m"))]:
+            assert program.client.set_vertex_attribute(1, key, value) == 0
+        spot = steady(display, lambda picture: picture.tinted(GREEN)).centre
+        display.do("mousemove", *map(int, spot), "click", "--repeat", 6, "--delay", 40, 1)
+        wait_until(lambda: len(slow.calls) == 3, "three calls under way")
+        start = time.monotonic()
+        display.choose("Exit")
+        assert program.wait() == 0
+        assert time.monotonic() - start < 8
+        slow.stop()

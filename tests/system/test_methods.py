@@ -1,0 +1,81 @@
+"""What each method answers and says."""
+import pytest
+
+from support.waiting import wait_until
+
+# A world of vertices 1, 2 and 3, edge 10 from 1 to 2, vertex style 5 and edge style 6; what it refuses, and the reason given.
+REFUSALS = [
+    (("new_vertex_w_id", 1), "tessarel_new_vertex_w_id(1) failed: vertex already exists"),
+    (("new_edge", 8, 9), "tessarel_new_edge(8, 9): Invalid vertex id (8)"),
+    (("new_edge", 1, 9), "tessarel_new_edge(1, 9): Invalid vertex id (9)"),
+    (("new_edge", 2, 2), "tessarel_new_edge(2, 2): Sorry, self-edges not allowed yet.  Submit a feature request?"),
+    (("new_edge", 9, 9), "tessarel_new_edge(9, 9): Invalid vertex id (9)"),
+    (("new_edge_w_id", 11, 8, 1), "tessarel_new_edge_w_id(11, 8, 1): Invalid vertex id (8)"),
+    (("new_edge_w_id", 10, 1, -4), "tessarel_new_edge_w_id(10, 1, -4): Invalid vertex id (-4)"),
+    (("new_edge_w_id", 10, 3, 3), "tessarel_new_edge_w_id(10, 3, 3): Edge id 10 already in use."),
+    (("new_edge_w_id", 11, 3, 3), "tessarel_new_edge_w_id(3, 3): Sorry, self-edges not allowed yet.  Submit a feature request?"),
+    (("remove_edge", 11), "tessarel_remove_edge(11): Invalid edge id"),
+    (("remove_vertex", 4), "tessarel_remove_vertex(4): Invalid vertex id"),
+    (("new_vertex_style", 4), "tessarel_new_vertex_style(4): Unknown vertex style (4)"),
+    (("new_vertex_style_w_id", 5, 0), "tessarel_new_vertex_style_w_id(5, 0): style already exists (5)"),
+    (("new_vertex_style_w_id", 0, 0), "tessarel_new_vertex_style_w_id(0, 0): style already exists (0)"),
+    (("new_vertex_style_w_id", 7, 6), "tessarel_new_vertex_style_w_id(7, 6): Unknown vertex style (6)"),
+    (("change_vertex_style", 4, 0), "tessarel_change_vertex_style(4,0): vertex does not exist (4)"),
+    (("change_vertex_style", 1, 6), "Warning: tessarel_change_vertex_style(1,6): style does not exist (6)"),
+    (("new_edge_style", 5), "tessarel: Unknown edge style (5)"),
+    (("new_edge_style_w_id", 6, 0), "tessarel_new_edge_style_w_id(6, 0): Edge style already exists (6)"),
+    (("new_edge_style_w_id", 0, 0), "tessarel_new_edge_style_w_id(0, 0): Edge style already exists (0)"),
+    (("new_edge_style_w_id", 7, 5), "tessarel_new_edge_style_w_id(7, 5): Unknown edge style (5)"),
+    (("change_edge_style", 11, 0), "tessarel_change_edge_style(11, 0): Unknown edge (11)"),
+    (("change_edge_style", 10, 5), "tessarel_change_edge_style(10, 5): Unknown edge style (5)"),
+    (("set_vertex_attribute", 4, "color", "red"), 'tessarel_set_vertex_attribute(4, "color", "red"):  Unknown vertex (4)'),
+    (("set_vertex_style_attribute", 6, "size", "0"), "tessarel_set_vertex_style_attribute(6, size, 0): Unknown style (6)"),
+    (("set_edge_attribute", 11, "width", "2"), 'tessarel_set_edge_attribute(11, "width", "2"):  Unknown edge (11)'),
+    (("set_edge_style_attribute", 5, "width", "2"), "tessarel_set_edge_style_attribute(5, width, 2): Unknown style (5)"),
+]
+
+
+@pytest.fixture
+def world(graph):
+    assert [graph.new_vertex_w_id(number) for number in (1, 2, 3)] == [0, 0, 0]
+    assert graph.new_edge_w_id(10, 1, 2) == 0
+    assert graph.new_vertex_style_w_id(5, 0) == 0 and graph.new_edge_style_w_id(6, 0) == 0
+    return graph
+
+
+def test_each_refusal_is_minus_one_with_its_line(program, world):
+    for (method, *arguments), line in REFUSALS:
+        mark = len(program.errors)
+        assert getattr(world, method)(*arguments) == -1, line
+        wait_until(lambda: program.errors.since(mark), line, 2)
+        assert program.errors.since(mark) == [line]
+
+
+def test_a_new_id_can_be_used_at_once_though_no_frame_has_passed(graph):
+    for _ in range(30):
+        one, two = graph.new_vertex(), graph.new_vertex()
+        edge, style, edge_style = graph.new_edge(one, two), graph.new_vertex_style(0), graph.new_edge_style(0)
+        assert min(one, two, edge, style, edge_style) >= 2 ** 30
+        assert [graph.set_vertex_attribute(one, "label", "x"), graph.change_vertex_style(two, style),
+                graph.set_vertex_style_attribute(style, "size", "2"), graph.set_edge_attribute(edge, "width", "2"),
+                graph.change_edge_style(edge, edge_style), graph.set_edge_style_attribute(edge_style, "label", "y"),
+                graph.new_vertex_style_w_id(style - 2 ** 30, style), graph.remove_vertex(one)] == [0] * 8
+        assert graph.remove_edge(edge) == -1            # it went with its end
+        assert graph.new_vertex_w_id(one) == 0          # an id is free again after the removal
+        assert graph.clear() == 0
+
+
+def test_the_four_kinds_of_id_do_not_touch_each_other_and_may_be_negative(graph):
+    for number in (-7, 0, 2 ** 30 + 5, -2 ** 31, 2 ** 31 - 1):
+        assert graph.new_vertex_w_id(number) == 0
+        assert graph.new_vertex_w_id(number // 2 + 9) == 0
+        assert graph.new_edge_w_id(number, number, number // 2 + 9) == 0
+        assert graph.new_vertex_style_w_id(number or 1, 0) == 0
+        assert graph.new_edge_style_w_id(number or 1, 0) == 0
+
+
+def test_clear_forgets_every_id_and_may_be_called_on_nothing(world):
+    assert (world.clear(), world.clear()) == (0, 0)
+    assert [world.remove_vertex(1), world.remove_edge(10), world.set_vertex_style_attribute(5, "size", "1"),
+            world.set_edge_style_attribute(6, "width", "1")] == [-1] * 4
+    assert [world.set_vertex_style_attribute(0, "size", "1"), world.set_edge_style_attribute(0, "width", "1")] == [0, 0]
