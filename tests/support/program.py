@@ -4,6 +4,7 @@ import re
 import signal
 import subprocess
 import threading
+import time
 import xmlrpc.client
 
 from support.waiting import SLOWNESS, wait_until
@@ -81,6 +82,24 @@ class Program:
         with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as file:
             fields = file.read().rpartition(")")[2].split()
         return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+
+    def load(self, seconds=1.0):
+        """Cores in use during these seconds."""
+        start = time.monotonic(), self.processor_seconds()
+        time.sleep(seconds)
+        return (self.processor_seconds() - start[1]) / (time.monotonic() - start[0])
+
+    def report(self):
+        """(camera_dist, autozoom_dist, [eigenvalues]) as the key "~" prints them."""
+        mark = len(self.errors)
+        self.display.key("asciitilde")
+        line = self.errors.wait_for(r"^camera_dist=(\S+)  autozoom_dist=(\S+)  eigenvalues=\[(\S+),(\S+),(\S+)\]$", mark)
+        camera, autozoom, *eigenvalues = map(float, line.groups())
+        return camera, autozoom, eigenvalues
+
+    def distance(self):
+        """Of the two vertices of a graph with no more, from the largest eigenvalue."""
+        return 2 * max(self.report()[2][2], 0) ** 0.5
 
     def alive(self):
         return self.process.poll() is None

@@ -2,9 +2,8 @@
 import pytest
 
 from support.display import MENU
+from support.looking import GREEN, MIDDLE, RED, steady, web
 from support.waiting import stays, wait_until
-from test_layout import distance, report
-from test_picture import GREEN, MIDDLE, RED, steady, web
 
 STATUS_LINE = (340, 522, 640, 548)
 
@@ -74,23 +73,23 @@ def test_pause_holds_the_layout_but_not_the_picture(display, graph, program):
     graph.set_vertex_style_attribute(0, "color", web(GREEN))
     wait_until(lambda: display.picture().tinted(GREEN).count > 20, "new vertices though paused", 4)
     graph.new_edge_w_id(3, 1, 2)
-    wait_until(lambda: abs(distance(display, program) - 0.75) > 0.01, "eigenvalues of the new graph", 5, 0.2)
-    held = report(display, program)[2]
+    wait_until(lambda: abs(program.distance() - 0.75) > 0.01, "eigenvalues of the new graph", 5, 0.2)
+    held = program.report()[2]
     graph.set_edge_attribute(3, "strength", "50")
-    wait_until(lambda: report(display, program)[2] == report(display, program)[2], "the smoothing to end", 10, 0.3)
-    held = distance(display, program)
+    wait_until(lambda: program.report()[2] == program.report()[2], "the smoothing to end", 10, 0.3)
+    held = program.distance()
     display.key("space")
-    wait_until(lambda: abs(distance(display, program) - held) > 0.01, "motion", 10, 0.2)
+    wait_until(lambda: abs(program.distance() - held) > 0.01, "motion", 10, 0.2)
 
 
 def test_the_zoom_keys_glide_and_add_up(display, pair, program):
     settle(display)
-    start = report(display, program)[0]
+    start = program.report()[0]
     for key, glide in [("Up", 1), ("Down", -1), ("exclam", -10), ("at", 10)]:
-        before = report(display, program)[0]
+        before = program.report()[0]
         display.key(key)
-        wait_until(lambda: abs(report(display, program)[0] - before - glide) < 0.01 * abs(glide), f"{key} by {glide}", 15, 0.3)
-    assert abs(report(display, program)[0] - start) < 0.3
+        wait_until(lambda: abs(program.report()[0] - before - glide) < 0.01 * abs(glide), f"{key} by {glide}", 15, 0.3)
+    assert abs(program.report()[0] - start) < 0.3
 
 
 @pytest.mark.parametrize("one_way, other_way", [("Left", "Right"), ("Right", "Left"), ("u", "d"), ("D", "U")])
@@ -116,7 +115,7 @@ def test_digits_shake_and_r_scatters(display, pair, program):
         display.key(key)
         wait_until(lambda: display.picture().lit().mask.tobytes() != before, f"a shake by {key}", 4)
     for key in "rR":
-        wait_until(lambda: abs(distance(display, program) - 0.9) < 0.2, "rest", 20, 0.3)
+        wait_until(lambda: abs(program.distance() - 0.9) < 0.2, "rest", 20, 0.3)
         before = display.picture()
         display.key(key)
         wait_until(lambda: display.picture().difference(before).count > 100, "a scattered graph", 4)
@@ -153,7 +152,7 @@ def test_keys_without_a_meaning_do_nothing(display, pair, program):
     display.key("E", "e", "s", "b", "0", "z", "Z", "X", "y", "period", "Tab", "BackSpace", "Return", "F1", "F12", "Home", "End",
                 "Page_Up", "Insert", "G", "g", "Q", "q")
     display.do("mousemove", *MIDDLE, "click", "--repeat", 3, 4, "click", "--repeat", 3, 5, "click", 6, "click", 7)    # the wheel
-    wait_until(lambda: report(display, program), "the last key")
+    wait_until(lambda: program.report(), "the last key")
     assert display.picture().difference(before).count == 0
     assert (program.output.since(marks[0]), len(program.errors.since(marks[1]))) == ([], 1)
 
@@ -201,15 +200,15 @@ def test_the_menu(display, pair, program):
     wait_until(lambda: display.picture().difference(before).count > 100, "a scattered graph", 4)
     settle(display)
     display.choose("Toggle autozoom")
-    autozoom = report(display, program)[1]
+    autozoom = program.report()[1]
     pair.set_edge_attribute(3, "strength", "0.05")
-    wait_until(lambda: distance(display, program) > 1.5, "a longer edge", 20, 0.3)
-    assert report(display, program)[1] == autozoom
+    wait_until(lambda: program.distance() > 1.5, "a longer edge", 20, 0.3)
+    assert program.report()[1] == autozoom
     display.choose("Toggle autozoom")
-    wait_until(lambda: report(display, program)[1] < autozoom - 0.5, "the camera to stand back", 20, 0.3)
+    wait_until(lambda: program.report()[1] < autozoom - 0.5, "the camera to stand back", 20, 0.3)
     display.choose("Toggle parallel")
     pair.set_edge_attribute(3, "strength", "1")
-    wait_until(lambda: distance(display, program) < 1.2, "the serial step to do the same", 20, 0.3)
+    wait_until(lambda: program.distance() < 1.2, "the serial step to do the same", 20, 0.3)
     display.choose("Toggle parallel")
 
 

@@ -1,8 +1,8 @@
 """Edges: strokes, widths, strain, arrows, curves, labels and styles, judged by the picture."""
 import pytest
 
+from support.looking import GREEN, MIDDLE, RED, YELLOW, near, steady, web
 from support.waiting import wait_until
-from test_picture import GREEN, MIDDLE, RED, YELLOW, near, steady, web
 
 
 def pair(graph, size="0.5", **attributes):
@@ -126,25 +126,19 @@ def test_strain_is_red_where_stretched_blue_where_pressed_and_white_at_the_mean(
 
 
 def test_a_curved_edge_comes_goes_and_is_removed_with_its_end(display, graph, program):
-    def distance():
-        """Of the two ends, from the largest eigenvalue, if there are only they."""
-        mark = len(program.errors)
-        display.key("asciitilde")
-        return 2 * float(program.errors.wait_for(r"eigenvalues=\[.*,(.*)\]", mark).group(1)) ** 0.5
-
     pair(graph, oriented="false", width="2")
-    wait_until(lambda: abs(distance() - 0.750) < 0.002, "the straight edge's length", 20, 0.3)
+    wait_until(lambda: abs(program.distance() - 0.750) < 0.002, "the straight edge's length", 20, 0.3)
     graph.set_edge_attribute(3, "spline", "true")
-    wait_until(lambda: distance() > 0.85, "the chain of knots to stretch", 20, 0.3)
+    wait_until(lambda: program.distance() > 0.85, "the chain of knots to stretch", 20, 0.3)
     curve = steady(display, red)
     assert curve.count > 30
     graph.set_edge_attribute(3, "spline", "false")
-    wait_until(lambda: abs(distance() - 0.750) < 0.002, "the straight edge's length again", 20, 0.3)
+    wait_until(lambda: abs(program.distance() - 0.750) < 0.002, "the straight edge's length again", 20, 0.3)
     graph.set_edge_attribute(3, "spline", "true")
-    wait_until(lambda: distance() > 0.85, "the chain of knots again", 20, 0.3)
+    wait_until(lambda: program.distance() > 0.85, "the chain of knots again", 20, 0.3)
     graph.remove_vertex(2)
     wait_until(lambda: red(display.picture()).count == 0, "the curve to go with its end", 3)
-    wait_until(lambda: distance() < 0.05, "no knot to stay behind", 20, 0.3)
+    wait_until(lambda: program.distance() < 0.05, "no knot to stay behind", 20, 0.3)
     assert program.errors.matching("Only knots=4") == []
 
 

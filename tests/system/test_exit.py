@@ -13,9 +13,9 @@ import xmlrpc.client
 import pytest
 
 from support.listener import Listener
+from support.looking import GREEN, steady, web
 from support.program import URL, Program
 from support.waiting import wait_until
-from test_picture import GREEN, steady, web
 
 REPEATS = int(os.environ.get("TESSAREL_EXIT_REPEATS", "2"))
 

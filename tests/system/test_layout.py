@@ -6,22 +6,6 @@ from support.program import URL
 from support.waiting import SLOWNESS, stays, wait_until
 
 
-def report(display, program):
-    """(camera_dist, autozoom_dist, [eigenvalues]) as the key "~" prints them."""
-    mark = len(program.errors)
-    display.key("asciitilde")
-    line = program.errors.wait_for(r"^camera_dist=(\S+)  autozoom_dist=(\S+)  eigenvalues=\[(\S+),(\S+),(\S+)\]$", mark)
-    camera, autozoom, *eigenvalues = map(float, line.groups())
-    return camera, autozoom, eigenvalues
-
-
-def load(program, seconds=1.0):
-    """Cores in use."""
-    start = time.monotonic(), program.processor_seconds()
-    time.sleep(seconds)
-    return (program.processor_seconds() - start[1]) / (time.monotonic() - start[0])
-
-
 def join_two(graph, strength="1"):
     graph.new_vertex_w_id(1)
     graph.new_vertex_w_id(2)
@@ -29,16 +13,12 @@ def join_two(graph, strength="1"):
     graph.set_edge_attribute(3, "strength", strength)
 
 
-def distance(display, program):
-    return 2 * report(display, program)[2][2] ** 0.5
-
-
 def test_two_vertices_on_an_edge_settle_where_spring_and_repulsion_balance(display, graph, program):
     """The largest eigenvalue of two vertices is a quarter of their squared distance; the camera stands back by its root."""
     join_two(graph)
 
     def balanced():
-        camera, autozoom, (least, middle, largest) = report(display, program)
+        camera, autozoom, (least, middle, largest) = program.report()
         return abs(2 * largest ** 0.5 - 0.7504) < 0.0005 and abs(autozoom + 2.5 * (0.7504 ** 2 / 4) ** 0.5) < 0.002 and \
             camera == -3 and max(abs(least), abs(middle)) < 1e-4
     wait_until(balanced, "0.750 apart, the camera at -0.938", 20, 0.3)
@@ -49,38 +29,38 @@ def test_each_of_the_four_steps_finds_the_same_balance(display, graph, program):
     for keys in (["p"], ["h"], ["p"], ["h"]):               # the last of the four is what it began with
         display.key(*keys)
         graph.set_edge_attribute(3, "strength", "0.2")
-        wait_until(lambda: distance(display, program) > 1.2, "a weak spring to give way", 20, 0.3)
+        wait_until(lambda: program.distance() > 1.2, "a weak spring to give way", 20, 0.3)
         graph.set_edge_attribute(3, "strength", "1")
-        wait_until(lambda: abs(distance(display, program) - 0.7504) < 0.002, "the balance", 20, 0.3)
+        wait_until(lambda: abs(program.distance() - 0.7504) < 0.002, "the balance", 20, 0.3)
 
 
 def test_rest_after_ten_seconds_then_a_change_wakes_the_layout(display, graph, program):
     join_two(graph)
-    wait_until(lambda: abs(distance(display, program) - 0.7504) < 0.001, "the balance", 20, 0.3)
-    moving = load(program)
+    wait_until(lambda: abs(program.distance() - 0.7504) < 0.001, "the balance", 20, 0.3)
+    moving = program.load()
     still_since = time.monotonic()
-    wait_until(lambda: load(program, 0.5) < 0.35, "the processor to become free", 30)
+    wait_until(lambda: program.load(0.5) < 0.35, "the processor to become free", 30)
     assert time.monotonic() - still_since > 5               # it goes on for ten seconds after the last motion
     assert moving > 0.5
     resting = display.picture().image.tobytes()
     assert stays(lambda: display.picture().image.tobytes() == resting, 0.5)
-    assert load(program, 2) < 0.35
+    assert program.load(2) < 0.35
     graph.set_vertex_style_attribute(0, "color", "#00FF00")     # a change of looks needs no layout, and is seen all the same
     wait_until(lambda: display.picture().tinted((0, 255, 0)).count > 10, "the new colour", 0.5)
-    assert load(program) < 0.35
+    assert program.load() < 0.35
     graph.set_edge_attribute(3, "strength", "0.3")              # a change of forces does
     wait_until(lambda: display.picture().image.tobytes() != resting, "motion", 1)
-    assert load(program) > 0.5 * moving
-    wait_until(lambda: distance(display, program) > 1.0, "the new balance", 20, 0.3)
+    assert program.load() > 0.5 * moving
+    wait_until(lambda: program.distance() > 1.0, "the new balance", 20, 0.3)
 
 
 def test_length_and_looks_leave_the_layout_alone(display, graph, program):
     join_two(graph)
-    wait_until(lambda: abs(distance(display, program) - 0.7504) < 0.001, "the balance", 20, 0.3)
+    wait_until(lambda: abs(program.distance() - 0.7504) < 0.001, "the balance", 20, 0.3)
     for key, value in [("length", "5"), ("width", "5"), ("visible", "false")]:
         graph.set_edge_attribute(3, key, value)
     graph.set_vertex_style_attribute(0, "size", "3")
-    wait_until(lambda: stays(lambda: abs(distance(display, program) - 0.7504) < 0.001, 1), "the same balance", 5)
+    wait_until(lambda: stays(lambda: abs(program.distance() - 0.7504) < 0.001, 1), "the same balance", 5)
 
 
 def test_bad_numbers_are_reported_and_stop_nothing(display, graph, program):
@@ -104,7 +84,7 @@ def test_bad_numbers_are_reported_and_stop_nothing(display, graph, program):
     assert stays(program.alive, 1.0 * SLOWNESS)
     graph.clear()
     join_two(graph)
-    wait_until(lambda: abs(distance(display, program) - 0.7504) < 0.002, "the next graph as usual", 20, 0.3)
+    wait_until(lambda: abs(program.distance() - 0.7504) < 0.002, "the next graph as usual", 20, 0.3)
 
 
 def test_an_oriented_edge_brings_its_source_on_top(display, graph):

@@ -5,8 +5,8 @@ import time
 import pytest
 
 from support.listener import Listener
+from support.looking import BLUE, GREEN, RED, steady, web
 from support.waiting import SLOWNESS, stays, wait_until
-from test_picture import BLUE, GREEN, RED, steady, web
 
 FAULTS = "^XML-RPC Fault: "
 REMARK = "^Warning: XMLRPC_VertexCallback:67 need debugging work here$"

@@ -3,17 +3,9 @@ import xmlrpc.client
 
 import pytest
 
+from support.looking import BLUE, DEFAULT, GREEN, MIDDLE, RED, YELLOW, near, steady, web
 from support.program import URL
 from support.waiting import stays, wait_until
-
-RED, GREEN, BLUE, YELLOW = (255, 0, 0), (0, 255, 0), (0, 0, 255), (255, 255, 0)
-DEFAULT = (128, 168, 255)
-MIDDLE = (400, 300)
-
-
-def web(colour):
-    return "#{:02X}{:02X}{:02X}".format(*colour)
-
 
 def alone(graph, **attributes):
     """One vertex, which comes to stand in the middle of the window."""
@@ -21,21 +13,6 @@ def alone(graph, **attributes):
     for key, value in attributes.items():
         assert graph.set_vertex_attribute(1, key, str(value)) == 0
     return 1
-
-
-def steady(display, spots, seconds=30):
-    """Waits until spots(picture) are there and rest, and returns them."""
-    seen = []
-
-    def rests():
-        now = spots(display.picture())
-        seen.append(now.box)
-        return now if now.count and len(seen) > 8 and len(set(seen[-8:])) == 1 else None
-    return wait_until(rests, "a steady picture", seconds, 0.05)
-
-
-def near(point, other, distance):
-    return max(abs(a - b) for a, b in zip(point, other)) <= distance
 
 
 def test_an_empty_graph_is_a_black_window(display, graph):

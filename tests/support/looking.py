@@ -1,0 +1,25 @@
+"""Colours and questions that the window's checks share."""
+from support.waiting import wait_until
+
+RED, GREEN, BLUE, YELLOW = (255, 0, 0), (0, 255, 0), (0, 0, 255), (255, 255, 0)
+DEFAULT = (128, 168, 255)
+MIDDLE = (400, 300)
+
+
+def web(colour):
+    return "#{:02X}{:02X}{:02X}".format(*colour)
+
+
+def steady(display, spots, seconds=30):
+    """Waits until spots(picture) are there and rest, and returns them."""
+    seen = []
+
+    def rests():
+        now = spots(display.picture())
+        seen.append(now.box)
+        return now if now.count and len(seen) > 8 and len(set(seen[-8:])) == 1 else None
+    return wait_until(rests, "a steady picture", seconds, 0.05)
+
+
+def near(point, other, distance):
+    return max(abs(a - b) for a, b in zip(point, other)) <= distance
