@@ -10,6 +10,11 @@ class Job;
 template <class Job>
 class ThreadPool;
 
+/// What the client side calls itself, and how it says so in the user-agent field of its requests.
+inline constexpr char callerName[] = "Tessarel_Server";
+inline constexpr char callerVersion[] = "1.0";
+inline constexpr char callerAgent[] = "Tessarel_Server/1.0";
+
 /// The client side: calls to servers of other programs, each on a thread of a small pool.
 /// Threading: `call_asynch` on the main thread only.
 /// Ownership: one object, made by a static initialiser and never destroyed. At the end of the process it gives back

@@ -2,7 +2,6 @@
 
 #include <string>
 
-#include "layout/LayoutSchema.h"
 #include "versioning/VertexCallback.h"
 
 namespace quorel {
@@ -15,7 +14,7 @@ public:
   /// `target` is the server's URL, "/" and the method name; one "/" at its end is cut off.
   explicit XMLRPC_VertexCallback(const char* target);
 
-  void operator()(Vertex<LayoutSchema>* vertex) override;
+  void operator()(Vertex* vertex) override;
 
 private:
   std::string url;

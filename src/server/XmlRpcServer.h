@@ -5,6 +5,7 @@
 // The web server's header wants the others first.
 #include <xmlrpc-c/abyss.h>
 
+#include <atomic>
 #include <cstdint>
 
 namespace quorel {
@@ -36,6 +37,7 @@ private:
   int listener = -1;
   TChanSwitch* chanSwitch = nullptr;
   TServer server{};
+  std::atomic<bool> stopping = false;
 };
 
 /// The fault environment of the server thread's set-up.

@@ -1,0 +1,44 @@
+#include <GL/freeglut_std.h>
+#include <pthread.h>
+
+#include <iostream>
+#include <string_view>
+
+#include "concurrency/Platform.h"
+#include "server/Diagnostics.h"
+#include "server/GraphProxy.h"
+#include "server/XmlRpcServer.h"
+
+using namespace quorel;
+
+namespace {
+
+constexpr int serverPriority = 0;
+constexpr int mainPriority = 15;
+
+/// Takes what is the program's own from the command line and leaves the rest to the window. Returns whether the program
+/// goes on.
+bool scan(int argc, char** argv) {
+  for (int i = 1; i < argc; ++i) {
+    const std::string_view argument = argv[i];
+    if (argument == "-q" || argument == "-quiet") {
+      verbose = false;
+    } else if (argument == "-h" || argument == "-help" || argument == "--help" || argument == "-?") {
+      std::cout << argv[0] << " [-quiet]\n";
+      return false;
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (!scan(argc, argv)) return 0;
+  graphProxy = new GraphProxy(argc, argv);
+  pthread_t server;
+  pthread_create(&server, nullptr, serverMain, nullptr);
+  setThreadPriority(server, serverPriority);
+  setCurrentThreadPriority(mainPriority);
+  glutMainLoop();
+}

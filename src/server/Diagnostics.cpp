@@ -1,0 +1,7 @@
+#include "server/Diagnostics.h"
+
+namespace quorel {
+
+bool verbose = true;
+
+}  // namespace quorel
