@@ -103,7 +103,7 @@ struct ColourOrIndex {
 /// A text of at most so many bytes.
 struct Text {
   using Value = std::string;
-  static constexpr std::string_view refusal;
+  static constexpr std::string_view refusal = "";
 
   std::size_t longest = std::string::npos;
 
