@@ -14,12 +14,12 @@ namespace quorel {
 /// An entry holds where the owner keeps the value, not a copy. Emptying is the start of a new epoch: entries of earlier
 /// ones are not in the cache any more and their next read is a miss, but as long as no version has come between them
 /// and their holder since they were made, the miss finds its answer in them.
-/// `Owner` offers `std::uint32_t resolve(Version*)`.
+/// When the epochs run out, all is forgotten once. `Owner` offers `std::uint32_t resolve(Version*)`.
 /// Invariants: (1) an entry is in the cache exactly if its epoch is the present one;
 ///             (2) an entry is true exactly if its epoch is not before `trueSince`.
 /// Threading:  as the owner.
 /// Cost:       a hit and `flush` O(1); 8 bytes a version asked about, by neighbourhoods.
-template <class Owner>
+template <class Owner, class Epoch = std::uint32_t>
 class AbstractCache {
 public:
   /// Misses since the last flush that bring about the next.
@@ -73,7 +73,7 @@ public:
 
 private:
   struct CacheEntry {
-    std::uint32_t epoch = 0;
+    Epoch epoch = 0;
     std::uint32_t answer = 0;
   };
 
@@ -82,16 +82,16 @@ private:
   Owner& owner;
   VersionTable<CacheEntry> entries;
   // Epochs go by twos: the odd number before the present one marks what is known but not in the cache.
-  std::uint32_t epoch = 2;
-  std::uint32_t trueSince = 1;
+  Epoch epoch = 2;
+  Epoch trueSince = 1;
   std::int32_t hits = 0;
   std::int32_t misses = 0;
   std::int32_t bypass = 0;
 };
 
-template <class Owner>
-void AbstractCache<Owner>::flush() {
-  if (epoch >= std::numeric_limits<std::uint32_t>::max() - 3) {
+template <class Owner, class Epoch>
+void AbstractCache<Owner, Epoch>::flush() {
+  if (epoch >= std::numeric_limits<Epoch>::max() - 3) {
     entries.clear();
     epoch = 0;
     trueSince = 1;
@@ -105,8 +105,8 @@ void AbstractCache<Owner>::flush() {
   misses = 0;
 }
 
-template <class Owner>
-std::uint32_t AbstractCache<Owner>::miss(Version* version) {
+template <class Owner, class Epoch>
+std::uint32_t AbstractCache<Owner, Epoch>::miss(Version* version) {
   const std::uint32_t answer = owner.resolve(version);
   ++misses;
   entries.write(version->index) = {epoch, answer};

@@ -8,7 +8,8 @@
 
 namespace quorel {
 
-/// Sequence that only grows at its end and never moves an element.
+/// Sequence that only grows at its end and never moves an element. Also the room for objects that live as long
+/// as their maker: those made one after the other lie one after the other.
 /// Cost:       O(1) an access; memory beyond the elements is at most one chunk.
 template <class T>
 class ChunkedVector {
@@ -25,10 +26,12 @@ public:
   T& operator[](std::uint32_t i) { return chunks[i / chunkSize][i % chunkSize]; }
   const T& operator[](std::uint32_t i) const { return chunks[i / chunkSize][i % chunkSize]; }
 
-  void push_back(T value) {
+  template <class... Arguments>
+  T& emplace_back(Arguments&&... arguments) {
     if (count % chunkSize == 0) chunks.push_back(std::allocator<T>().allocate(chunkSize));
-    std::construct_at(&chunks.back()[count % chunkSize], std::move(value));
+    T* const element = std::construct_at(&chunks.back()[count % chunkSize], std::forward<Arguments>(arguments)...);
     ++count;
+    return *element;
   }
 
 private:

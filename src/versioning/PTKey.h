@@ -10,15 +10,13 @@ class Version;
 
 /// One parenthesis of one version, shared by all trees that contain it.
 /// Threading:  under globalStyleLock.
-/// Ownership:  made with its version, never freed.
+/// Ownership:  the VersionTree's, as its version.
 class PTKey {
 public:
-  explicit PTKey(Version* owner) : version(owner) {}
-
   /// Writes what can be reached from here as Graphviz statements, one a line; `visited` stops repetition.
   void debug_dump(std::ostream& out, std::set<void*>& visited);
 
-  Version* version;
+  Version* version = nullptr;
   ParensTreeNode* node = nullptr;  // in the master tree; null until that tree has inserted it
 };
 

@@ -7,7 +7,6 @@
 #include <ostream>
 #include <vector>
 
-#include "versioning/Arena.h"
 #include "versioning/ParensTreePath.h"
 #include "versioning/Version.h"
 
@@ -52,10 +51,6 @@ const ParensTreeNode* inOrderSuccessor(const ParensTreeNode* node) {
   }
   while (node->up != nullptr && node == node->up->child[1]) node = node->up;
   return node->up;
-}
-
-PTKey** makeCell(PTKey* key) {
-  return makeForEver<PTKey*>(key);
 }
 
 enum class Direction { backward, forward };
@@ -131,9 +126,9 @@ Version* ParensTree::findEnclosing(Version* version) const {
 }
 
 ParensTreeNode* ParensTree::makeNode(PTKey* key) {
-  auto* const node = makeForEver<ParensTreeNode>(key);
-  if (isMaster) key->node = node;
-  return node;
+  ParensTreeNode& node = nodes.emplace_back(key);
+  if (isMaster) key->node = &node;
+  return &node;
 }
 
 ParensTree::Place ParensTree::find(const PTKey* key) const {
@@ -181,7 +176,7 @@ void ParensTree::enclose(ParensTreeNode* open, ParensTreeNode* close) {
   PTKey** cell;
   if (open->next == close) {
     const bool onlyChild = before->isOpen() && after->isClose();
-    cell = onlyChild ? makeCell(before->key) : siblingsCell();
+    cell = onlyChild ? &cells.emplace_back(before->key) : siblingsCell();
   } else {
     // What is inside and what is outside have shared a cell, and one of the two must move to another. All three walks
     // end where the level does; they go in step, so that the cost is that of the shorter side: nothing for a version
@@ -198,13 +193,13 @@ void ParensTree::enclose(ParensTreeNode* open, ParensTreeNode* close) {
     const bool moveOutside = moreInside == moreOutside ? std::rand() % 2 == 0 : moreInside;
     if (moveOutside) {
       PTKey** const insideCell = open->next->enclosing;
-      cell = makeCell(*insideCell);
+      cell = &cells.emplace_back(*insideCell);
       *insideCell = open->key;
       outsideBefore.relabel(cell);
       outsideAfter.relabel(cell);
     } else {
       cell = siblingsCell();
-      inside.relabel(makeCell(open->key));
+      inside.relabel(&cells.emplace_back(open->key));
     }
   }
   open->enclosing = cell;

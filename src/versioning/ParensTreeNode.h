@@ -9,7 +9,7 @@ class PTKey;
 
 /// The place of one parenthesis in one ParensTree.
 /// Threading:  under globalStyleLock.
-/// Ownership:  made by its tree, never freed.
+/// Ownership:  its tree's.
 class ParensTreeNode {
 public:
   explicit ParensTreeNode(PTKey* ownKey) : key(ownKey) {}

@@ -18,7 +18,7 @@ namespace quorel {
 /// Invariants: (1) a version has a slot in `values` exactly if its pair is in `parens`; the root always has;
 ///             (2) no read returns a value from before a finished `set`.
 /// Threading:  no lock of its own; reading writes to the cache, so `get` and `set` both stand under globalStyleLock.
-/// Ownership:  holds the values; the nodes of `parens` are never freed.
+/// Ownership:  holds the values, which are never removed.
 /// Cost:       `set` is O(1) at a version that has a value, else two insertions into `parens`; `get` is an array
 /// look-up
 ///             for what was read since the last change above it, else a short walk up to something that was, and never
@@ -70,7 +70,7 @@ template <class T>
 Retro<T>::Retro(VersionTree& tree, T initial) : versionTree(&tree), cache(*this) {
   parens.init(tree.root);
   // The root's is slot 0; so 0 in `slots` says that a version is the root or has no value of its own.
-  values.push_back(std::move(initial));
+  values.emplace_back(std::move(initial));
 }
 
 template <class T>
@@ -79,7 +79,7 @@ void Retro<T>::set(Version* version, T value) {
   if (slot == 0 && version != versionTree->root) {
     parens.insert(version);
     slot = values.size();
-    values.push_back(std::move(value));
+    values.emplace_back(std::move(value));
     slots.write(version->index) = slot;
     // Whatever lies below now has another holder; a version with nothing below concerns only itself.
     if (version->isLeaf()) {
@@ -98,6 +98,7 @@ std::uint32_t Retro<T>::resolve(Version* version) {
   // Up to the first version that has a value or of which the answer is known. The order of the tree is not needed for
   // this, and each version on the way is passed once after a change: the first pass over a whole graph is linear.
   std::uint32_t answer = 0;
+  if (cache.recall(version, answer)) return answer;
   Version* reached = version;
   for (int steps = 0; !cache.recall(reached, answer); ++steps) {
     answer = slots.read(reached->index);

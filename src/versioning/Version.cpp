@@ -2,14 +2,16 @@
 
 #include <ostream>
 
-#include "versioning/Arena.h"
 #include "versioning/PTKey.h"
 #include "versioning/ParensTreeNode.h"
 
 namespace quorel {
 
-Version::Version(Version* above, std::uint32_t serial)
-    : parent(above), first(makeForEver<PTKey>(this)), last(makeForEver<PTKey>(this)), index(serial) {}
+Version::Version(Version* above, PTKey& open, PTKey& close, std::uint32_t serial)
+    : parent(above), first(&open), last(&close), index(serial) {
+  open.version = this;
+  close.version = this;
+}
 
 bool Version::isLeaf() const {
   return first->node->next == last->node;

@@ -10,10 +10,10 @@ class PTKey;
 
 /// A point in a tree of attribute scopes: what is set at a version holds for all below it that set nothing themselves.
 /// Threading:  written once; the keys' nodes stand under globalStyleLock.
-/// Ownership:  made by a VersionTree, never freed.
+/// Ownership:  the VersionTree's, for as long as that lives.
 class Version {
 public:
-  Version(Version* above, std::uint32_t serial);
+  Version(Version* above, PTKey& open, PTKey& close, std::uint32_t serial);
 
   /// Nothing is below it so far.
   bool isLeaf() const;

@@ -1,20 +1,24 @@
 #include "versioning/VersionTree.h"
 
-#include "versioning/Arena.h"
-
 namespace quorel {
 
 VersionTree::VersionTree() {
-  root = makeForEver<Version>(nullptr, versionCount++);
+  root = makeVersion(nullptr);
   tree.init(root);
 }
 
 Version* VersionTree::newVersion(Version* parent) {
   if (parent == nullptr) parent = root;
-  auto* const version = makeForEver<Version>(parent, versionCount++);
+  Version* const version = makeVersion(parent);
   tree.insertAfter(parent->first->node, version->first);
   tree.insertAfter(version->first->node, version->last);
   return version;
+}
+
+Version* VersionTree::makeVersion(Version* parent) {
+  PTKey& open = keys.emplace_back();
+  PTKey& close = keys.emplace_back();
+  return &versions.emplace_back(parent, open, close, versions.size());
 }
 
 }  // namespace quorel

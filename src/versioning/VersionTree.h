@@ -1,7 +1,7 @@
 #pragma once
 
-#include <cstdint>
-
+#include "versioning/ChunkedVector.h"
+#include "versioning/PTKey.h"
 #include "versioning/ParensTree.h"
 #include "versioning/Version.h"
 
@@ -9,7 +9,7 @@ namespace quorel {
 
 /// All versions of one kind of object. Versions of different trees are never mixed.
 /// Threading:  under globalStyleLock.
-/// Ownership:  a version, once made, stays for the life of the process.
+/// Ownership:  a version, once made, stays as long as the tree; the program's own trees are never destroyed.
 /// Cost:       a new version is two insertions into a treap.
 class VersionTree {
 public:
@@ -22,7 +22,10 @@ public:
   ParensTree tree{true};
 
 private:
-  std::uint32_t versionCount = 0;
+  Version* makeVersion(Version* parent);
+
+  ChunkedVector<Version> versions;
+  ChunkedVector<PTKey> keys;
 };
 
 }  // namespace quorel

@@ -10,7 +10,7 @@ template <class Particle>
 class Layoutable;
 class LayoutEdge;
 template <class VertexBase, class EdgeBase>
-class GraphSchema;
+struct GraphSchema;
 template <class Schema>
 class Vertex;
 
