@@ -13,14 +13,14 @@ MENU = ["Reset layout", "Toggle fullscreen", "Toggle autozoom", "Toggle parallel
 
 
 class Display:
-    """An X server of its own, without a window manager: the window stands at the screen's upper left, and keys go to the
-    window under the pointer."""
+    """An X server of its own, without a window manager: the window stands at the screen's upper left, and keys go to
+    the window under the pointer."""
 
     def __init__(self, width=1024, height=768):
         self.size = width, height
         read_end, write_end = os.pipe()
         self.process = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp", "-noreset"],
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp"],
             pass_fds=[write_end], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as file:
@@ -65,7 +65,8 @@ class Display:
         return self.do("search", "--onlyvisible", "--name", "^Tessarel$").split()
 
     def window_size(self):
-        geometry = dict(line.split("=") for line in self.do("getwindowgeometry", "--shell", self.window_ids()[0]).split())
+        told = self.do("getwindowgeometry", "--shell", self.window_ids()[0])
+        geometry = dict(line.split("=") for line in told.split())
         return int(geometry["WIDTH"]), int(geometry["HEIGHT"])
 
     def open_menu(self, x=60, y=60):

@@ -20,8 +20,9 @@ class Listener:
                 listener.calls.append((self.path, method, arguments, kinds, self.headers["User-Agent"]))
                 if answer == "slow":
                     listener.release.wait()
-                reply = {"garbage": b"<html>no XML-RPC", "fault": xmlrpc.client.dumps(xmlrpc.client.Fault(42, "not today")).encode()}
-                text = reply.get(answer, xmlrpc.client.dumps((0,), methodresponse=True).encode())
+                text = {"garbage": b"<html>no XML-RPC",
+                        "fault": xmlrpc.client.dumps(xmlrpc.client.Fault(42, "not today")).encode()
+                        }.get(answer, xmlrpc.client.dumps((0,), methodresponse=True).encode())
                 self.send_response(200)
                 self.send_header("Content-Type", "text/xml")
                 self.send_header("Content-Length", str(len(text)))

@@ -39,11 +39,11 @@ class Lines:
 
     def wait_for(self, pattern, since=0, count=1, seconds=10.0):
         """Returns the last of the first count matches."""
-        return wait_until(lambda: self.matching(pattern, since)[count - 1:count], f"{count} lines like {pattern!r}", seconds)[0]
+        return wait_until(lambda: self.matching(pattern, since)[count - 1:count], f"{count} of {pattern!r}", seconds)[0]
 
 
 class Client:
-    """One client: client.new_vertex() calls tessarel.new_vertex. A connection a call, so that none is kept from others."""
+    """client.new_vertex() calls tessarel.new_vertex. A connection a call, so that none is kept from other clients."""
 
     def __getattr__(self, method):
         def call(*arguments):
@@ -54,7 +54,7 @@ class Client:
 
 class Program:
     def __init__(self, display, *arguments, wait=True):
-        # Rasterising in the calling thread keeps the driver's own threads out of the measurements and the sanitizers' sight.
+        # Rasterising in the calling thread keeps the driver's own threads out of the sanitizers' sight.
         environment = {**os.environ, "DISPLAY": display.name, "LP_NUM_THREADS": "0", "LIBGL_ALWAYS_SOFTWARE": "1"}
         self.display = display
         self.process = subprocess.Popen([BINARY, *arguments], env=environment, stdin=subprocess.DEVNULL,
@@ -105,7 +105,7 @@ class Program:
         return self.process.poll() is None
 
     def wait(self, seconds=10.0):
-        """Waits for the end and returns the status; fails if the process does not end or has complained about itself."""
+        """Waits for the end and returns the status; fails if it does not come or the process complained of itself."""
         try:
             status = self.process.wait(seconds * SLOWNESS)
         except subprocess.TimeoutExpired:

@@ -7,7 +7,7 @@ SLOWNESS = float(os.environ.get("TESSAREL_TEST_SLOWNESS", "1"))
 
 
 def wait_until(condition, what, seconds=10.0, pause=0.02):
-    """Returns the first true value of condition(), asked again and again; fails with what it waited for after a while."""
+    """Returns the first true value of condition(), asked again and again; fails, with what it waited for, too late."""
     end = time.monotonic() + seconds * SLOWNESS
     while True:
         value = condition()

@@ -88,7 +88,7 @@ def test_the_zoom_keys_glide_and_add_up(display, pair, program):
     for key, glide in [("Up", 1), ("Down", -1), ("exclam", -10), ("at", 10)]:
         before = program.report()[0]
         display.key(key)
-        wait_until(lambda: abs(program.report()[0] - before - glide) < 0.01 * abs(glide), f"{key} by {glide}", 15, 0.3)
+        wait_until(lambda: abs(program.report()[0] - before - glide) < 0.01 * abs(glide), f"glide by {glide}", 15, 0.3)
     assert abs(program.report()[0] - start) < 0.3
 
 
@@ -147,11 +147,12 @@ def test_the_time_step_keys_change_the_pace(display, pair, program):
 
 def test_keys_without_a_meaning_do_nothing(display, pair, program):
     settle(display)
-    wait_until(lambda: stays(lambda p=display.picture(): display.picture().difference(p).count == 0, 0.5), "a still picture", 20)
+    wait_until(lambda: stays(lambda p=display.picture(): display.picture().difference(p).count == 0, 0.5), "stillness", 20)
     before, marks = display.picture(), (len(program.output), len(program.errors))
-    display.key("E", "e", "s", "b", "0", "z", "Z", "X", "y", "period", "Tab", "BackSpace", "Return", "F1", "F12", "Home", "End",
-                "Page_Up", "Insert", "G", "g", "Q", "q")
-    display.do("mousemove", *MIDDLE, "click", "--repeat", 3, 4, "click", "--repeat", 3, 5, "click", 6, "click", 7)    # the wheel
+    display.key("E", "e", "s", "b", "0", "z", "Z", "X", "y", "period", "Tab", "BackSpace", "Return", "F1", "F12", "Home",
+                "End", "Page_Up", "Insert", "G", "g", "Q", "q")
+    wheel = ["click", "--repeat", 3, 4, "click", "--repeat", 3, 5, "click", 6, "click", 7]
+    display.do("mousemove", *MIDDLE, *wheel)
     wait_until(lambda: program.report(), "the last key")
     assert display.picture().difference(before).count == 0
     assert (program.output.since(marks[0]), len(program.errors.since(marks[1]))) == ([], 1)
@@ -179,7 +180,7 @@ def test_a_left_drag_turns_and_another_drag_slides(display, pair):
     display.drag((500, 300), (100, 300))
     for button in (2,):
         display.drag((400, 300), (500, 260), button)
-        wait_until(lambda: abs(display.picture().tinted(RED).centre[0] - upright.centre[0] - 100) < 5, "the picture slides", 4)
+        wait_until(lambda: abs(display.picture().tinted(RED).centre[0] - upright.centre[0] - 100) < 5, "a slide", 4)
         assert abs(display.picture().tinted(RED).centre[1] - upright.centre[1] + 40) < 5
         assert display.window_size() == (800, 600)
         display.drag((500, 260), (400, 300), button)
@@ -218,7 +219,7 @@ def test_full_screen_and_back_to_the_size_from_before(display, pair):
         wait_until(lambda: display.window_size() == (640, 480), "the size asked for")
         display.choose("Toggle fullscreen")
         wait_until(lambda: display.window_size() == display.size, "the full screen", 5)
-        wait_until(lambda: abs(display.screen().tinted(GREEN).centre[0] - display.size[0] / 2) < 40, "the picture in its middle", 5)
+        wait_until(lambda: abs(display.screen().tinted(GREEN).centre[0] - display.size[0] / 2) < 40, "all in its middle", 5)
         leave()
         wait_until(lambda: display.window_size() == (640, 480), "the size from before", 5)
     display.do("windowsize", "--sync", display.window_ids()[0], 800, 600)

@@ -36,7 +36,8 @@ def change(display, graph, key, value):
 
 def runs(spots):
     """The number of separate pieces of a vertical line."""
-    rows = [any(spots.mask.getpixel((x, y)) for x in range(spots.box[0], spots.box[2])) for y in range(spots.box[1], spots.box[3])]
+    left, top, right, bottom = spots.box
+    rows = [any(spots.mask.getpixel((x, y)) for x in range(left, right)) for y in range(top, bottom)]
     return sum(here and not above for above, here in zip([False] + rows, rows))
 
 

@@ -90,7 +90,7 @@ def test_a_taken_port_ends_the_second_each_time_while_clients_call_the_first(dis
     for _ in range(REPEATS):
         assert Program(display, wait=False).wait() == 1
     answered = list(callers.answered)
-    wait_until(lambda: all(now > before for now, before in zip(callers.answered, answered)), "the first to go on answering")
+    wait_until(lambda: all(now > before for now, before in zip(callers.answered, answered)), "the first to go on")
     first.terminate()
     callers.join()
 

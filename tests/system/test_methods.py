@@ -3,7 +3,7 @@ import pytest
 
 from support.waiting import wait_until
 
-# A world of vertices 1, 2 and 3, edge 10 from 1 to 2, vertex style 5 and edge style 6; what it refuses, and the reason given.
+# A world of vertices 1, 2 and 3, edge 10 from 1 to 2, vertex style 5 and edge style 6: what it refuses, and why.
 REFUSALS = [
     (("new_vertex_w_id", 1), "tessarel_new_vertex_w_id(1) failed: vertex already exists"),
     (("new_edge", 8, 9), "tessarel_new_edge(8, 9): Invalid vertex id (8)"),
@@ -13,7 +13,8 @@ REFUSALS = [
     (("new_edge_w_id", 11, 8, 1), "tessarel_new_edge_w_id(11, 8, 1): Invalid vertex id (8)"),
     (("new_edge_w_id", 10, 1, -4), "tessarel_new_edge_w_id(10, 1, -4): Invalid vertex id (-4)"),
     (("new_edge_w_id", 10, 3, 3), "tessarel_new_edge_w_id(10, 3, 3): Edge id 10 already in use."),
-    (("new_edge_w_id", 11, 3, 3), "tessarel_new_edge_w_id(3, 3): Sorry, self-edges not allowed yet.  Submit a feature request?"),
+    (("new_edge_w_id", 11, 3, 3),
+     "tessarel_new_edge_w_id(3, 3): Sorry, self-edges not allowed yet.  Submit a feature request?"),
     (("remove_edge", 11), "tessarel_remove_edge(11): Invalid edge id"),
     (("remove_vertex", 4), "tessarel_remove_vertex(4): Invalid vertex id"),
     (("new_vertex_style", 4), "tessarel_new_vertex_style(4): Unknown vertex style (4)"),
@@ -28,10 +29,13 @@ REFUSALS = [
     (("new_edge_style_w_id", 7, 5), "tessarel_new_edge_style_w_id(7, 5): Unknown edge style (5)"),
     (("change_edge_style", 11, 0), "tessarel_change_edge_style(11, 0): Unknown edge (11)"),
     (("change_edge_style", 10, 5), "tessarel_change_edge_style(10, 5): Unknown edge style (5)"),
-    (("set_vertex_attribute", 4, "color", "red"), 'tessarel_set_vertex_attribute(4, "color", "red"):  Unknown vertex (4)'),
-    (("set_vertex_style_attribute", 6, "size", "0"), "tessarel_set_vertex_style_attribute(6, size, 0): Unknown style (6)"),
+    (("set_vertex_attribute", 4, "color", "red"),
+     'tessarel_set_vertex_attribute(4, "color", "red"):  Unknown vertex (4)'),
+    (("set_vertex_style_attribute", 6, "size", "0"),
+     "tessarel_set_vertex_style_attribute(6, size, 0): Unknown style (6)"),
     (("set_edge_attribute", 11, "width", "2"), 'tessarel_set_edge_attribute(11, "width", "2"):  Unknown edge (11)'),
-    (("set_edge_style_attribute", 5, "width", "2"), "tessarel_set_edge_style_attribute(5, width, 2): Unknown style (5)"),
+    (("set_edge_style_attribute", 5, "width", "2"),
+     "tessarel_set_edge_style_attribute(5, width, 2): Unknown style (5)"),
 ]
 
 

@@ -97,12 +97,12 @@ def test_faults_garbage_and_a_client_that_is_gone_are_reported_and_harm_nobody(d
     with socket.socket() as unused:
         unused.bind(("127.0.0.1", 0))
         gone = f"http://127.0.0.1:{unused.getsockname()[1]}/clicked"
-    for url, pattern in [(fault.url("m"), r"^XML-RPC Fault: .*not today.*\(42\)$"), (garbage.url("m"), r"^XML-RPC Fault: .+\(-\d+\)$"),
-                         (gone, r"^XML-RPC Fault: .+\(-\d+\)$"), ("http://", r"^XML-RPC Fault: .+\(-\d+\)$")]:
+    for url, text in [(fault.url("m"), r".*not today.*\(42\)$"), (garbage.url("m"), r".+\(-\d+\)$"),
+                      (gone, r".+\(-\d+\)$"), ("http://", r".+\(-\d+\)$")]:
         mark = len(program.errors)
         graph.set_vertex_attribute(1, "callback_left_doubleclick", url)
         display.double_click(*spot)
-        program.errors.wait_for(pattern, mark)
+        program.errors.wait_for(FAULTS + text, mark)
         program.errors.wait_for(REMARK, mark)
         time.sleep(0.3)                                 # the next click is a first click again
     graph.set_vertex_attribute(1, "callback_left_doubleclick", fine.url("m"))

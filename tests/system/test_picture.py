@@ -31,8 +31,8 @@ def test_a_vertex_is_a_cube_in_the_default_colour_at_once_and_in_the_middle_with
 
 
 # How much of its bounding box each shape's outline fills, seen from straight ahead.
-SHAPES = {"sphere": (0.74, 0.82), "cone": (0.74, 0.82), "torus": (0.55, 0.76), "tetrahedron": (0.3, 0.9), "cube": (0.97, 1.01),
-          "octahedron": (0.47, 0.56), "dodecahedron": (0.65, 0.92), "icosahedron": (0.6, 0.92)}
+SHAPES = {"sphere": (0.74, 0.82), "cone": (0.74, 0.82), "torus": (0.55, 0.76), "tetrahedron": (0.3, 0.9),
+          "cube": (0.97, 1.01), "octahedron": (0.47, 0.56), "dodecahedron": (0.65, 0.92), "icosahedron": (0.6, 0.92)}
 
 
 def test_each_shape_has_its_own_outline_in_the_colour_asked_for(display, graph):
@@ -77,8 +77,8 @@ def test_a_label_stands_above_its_vertex_in_its_font_and_colour(display, graph):
     assert 25 < text.width < 140 and 4 < text.height < 20
     assert text.centre[1] < MIDDLE[1] - 15                     # above the middle, by 1.2 radii
     heights, boxes = {}, set()
-    for size, family in [("10", "Helvetica"), ("12", "Helvetica"), ("18", "Helvetica"), ("18", "Times Roman"), ("19", "Times Roman"),
-                         ("40", "no such font")]:
+    for size, family in [("10", "Helvetica"), ("12", "Helvetica"), ("18", "Helvetica"), ("18", "Times Roman"),
+                         ("19", "Times Roman"), ("40", "no such font")]:
         graph.set_vertex_attribute(vertex, "fontsize", size)
         graph.set_vertex_attribute(vertex, "fontfamily", family)
         text = steady(display, lambda picture: picture.exactly(YELLOW, 60))
@@ -100,7 +100,7 @@ def test_a_hidden_vertex_keeps_its_edges(display, graph):
     graph.set_edge_style_attribute(0, "width", "3")
     one, two = graph.new_vertex(), graph.new_vertex()
     graph.new_edge(one, two)
-    wait_until(lambda: display.picture().tinted(RED).count > 20 and display.picture().tinted(GREEN).count > 20, "all", 5)
+    wait_until(lambda: min(display.picture().tinted(colour).count for colour in (RED, GREEN)) > 20, "all", 5)
     graph.set_vertex_style_attribute(0, "visible", "false")
     wait_until(lambda: display.picture().tinted(GREEN).count == 0, "no vertices", 3)
     assert display.picture().tinted(RED).count > 20
@@ -119,7 +119,7 @@ def test_a_style_reaches_what_is_below_it_and_private_values_hide_it(display, gr
     def shows(*colours):
         """Whether these colours show, and only they."""
         picture = display.picture()
-        return [colour for colour in (RED, GREEN, BLUE, YELLOW, DEFAULT) if picture.tinted(colour).count > 4] == list(colours)
+        return [c for c in (RED, GREEN, BLUE, YELLOW, DEFAULT) if picture.tinted(c).count > 4] == list(colours)
 
     def expect(what, *colours):
         wait_until(lambda: shows(*colours), what, 1.5)
