@@ -1,5 +1,6 @@
 #include "versioning/ParensTree.h"
 
+#include <cassert>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
@@ -92,6 +93,7 @@ void ParensTree::init(Version* rootVersion) {
 }
 
 void ParensTree::insertAfter(ParensTreeNode* where, PTKey* key) {
+  assert(!isMaster || key->node == nullptr);
   ParensTreeNode* const node = makeNode(key);
   ParensTreeNode* below = where;
   int side = 1;
@@ -103,6 +105,7 @@ void ParensTree::insertAfter(ParensTreeNode* where, PTKey* key) {
 }
 
 void ParensTree::insert(Version* version) {
+  assert(!isMaster);
   const Place place = find(version->first);
   if (place.order == 0) return;
   ParensTreeNode* const open = makeNode(version->first);

@@ -21,18 +21,14 @@ void ParensTreeNode::debug_dump(std::ostream& out, std::set<void*>& visited) {
   const auto edge = [&](auto* to, const char* attributes) {
     if (to == nullptr) return;
     out << 'v' << this << " -> v" << to << " [" << attributes << "]\n";
-    if constexpr (requires { to->debug_dump(out, visited); }) {
-      to->debug_dump(out, visited);
-    } else {
-      (*to)->debug_dump(out, visited);
-    }
+    to->debug_dump(out, visited);
   };
   // The children first: the whole tree is then visited by steps down and up, and the recursion stays as shallow as it.
   edge(child[0], "label=\"0\"");
   edge(child[1], "label=\"1\"");
   edge(up, "label=\"up\",constraint=false");
   edge(key, "label=\"key\",constraint=false");
-  edge(enclosing, "label=\"enclosing\",constraint=false");
+  edge(enclosing == nullptr ? nullptr : *enclosing, "label=\"enclosing\",constraint=false");
   edge(prev, "label=\"prev\",constraint=false");
   edge(next, "label=\"next\",constraint=false");
 }

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <utility>
 
+#include "TinyVector.h"
 #include "versioning/AbstractCache.h"
 #include "versioning/ChunkedVector.h"
 #include "versioning/ParensTree.h"
@@ -100,18 +102,25 @@ std::uint32_t Retro<T>::resolve(Version* version) {
   std::uint32_t answer = 0;
   if (cache.recall(version, answer)) return answer;
   Version* reached = version;
-  for (int steps = 0; !cache.recall(reached, answer); ++steps) {
+  int steps = 0;
+  do {
     answer = slots.read(reached->index);
     if (answer != 0 || reached->parent == nullptr) break;
-    if (steps == longestWalk) {
+    if (++steps > longestWalk) {
       answer = slotBySearch(reached);
       break;
     }
     reached = reached->parent;
-  }
+  } while (!cache.recall(reached, answer));
   for (Version* passed = version; passed != reached; passed = passed->parent) cache.remember(passed, answer);
   cache.remember(reached, answer);
   return answer;
 }
+
+extern template class Retro<bool>;
+extern template class Retro<int>;
+extern template class Retro<double>;
+extern template class Retro<std::string>;
+extern template class Retro<TinyVector<float, 3>>;
 
 }  // namespace quorel

@@ -2,6 +2,10 @@
 
 namespace quorel {
 
+template class Retro<VertexStyleDefns::Shape>;
+template class Retro<boost::shared_ptr<Manifold>>;
+template class Retro<boost::shared_ptr<VertexCallback>>;
+
 namespace {
 
 // Reading an attribute must never be what makes them all: the lock that guards them may be held by another thread.

@@ -14,6 +14,10 @@
 
 namespace quorel {
 
+extern template class Retro<VertexStyleDefns::Shape>;
+extern template class Retro<boost::shared_ptr<Manifold>>;
+extern template class Retro<boost::shared_ptr<VertexCallback>>;
+
 /// One Retro for each attribute of vertices, named as the attribute.
 /// Threading:  every use stands under globalStyleLock.
 /// Ownership:  one object, made during static initialisation and never destroyed.
