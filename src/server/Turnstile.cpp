@@ -25,4 +25,9 @@ void Turnstile::lock() {
   }
 }
 
+std::size_t Turnstile::queueLength() {
+  const std::lock_guard hold(mutex);
+  return waiting.size() + (occupied ? 1 : 0);
+}
+
 }  // namespace quorel

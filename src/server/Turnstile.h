@@ -1,6 +1,7 @@
 #pragma once
 
 #include <condition_variable>
+#include <cstddef>
 #include <deque>
 #include <mutex>
 
@@ -26,6 +27,9 @@ public:
   /// Returns when the calling thread owns the lock behind.
   void lock();
   void unlock() { guarded.unlock(); }
+
+  /// Threads on their way to the lock.
+  std::size_t queueLength();
 
 private:
   struct Waiter {
