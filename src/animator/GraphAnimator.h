@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <list>
 #include <set>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,12 +20,17 @@ class GLUnurbs;
 
 namespace quorel {
 
+template <class T>
+class DynamicFrame;
+class FrameMoments;
+
 /// The window that shows layouts: owns the frame loop, decides each frame whether the simulation steps, polls the
 /// updaters, renders, and paces the frames.
 /// Invariants: (1) `layouts` is never empty, and its first entry feeds the autozoom;
 ///             (2) the line state of OpenGL is solid and of width 1 between two edges;
 ///             (3) `pick_vertices` is empty but for the time of a pick.
-/// Threading:  the main thread only, except for `stillness`. While the workers of a parallel step run, drawing reads of a
+/// Threading:  the main thread only, except for `stillness`. While the workers of a parallel step run, drawing reads of
+/// a
 ///             vertex only what `GraphLayout::drawnState` gives and `finishedAcceleration`.
 /// Ownership:  neither the layouts nor the updaters are owned; the animator itself is never destroyed.
 /// Units:      angles in degrees, times in seconds, speeds in layout units a time unit of the layout.
@@ -68,13 +74,18 @@ public:
   void drawEdgeLabel(GraphLayout* layout, Edge* e);
   void drawSpline(GraphLayout* layout, Edge* e);
   void drawAxes();
+  /// The boxes of a tree built afresh over the drawn positions.
   void drawSpacetree(GraphLayout* layout);
+  /// Overlays of multi-level layouts: the moving frame of a layout, and all coarser layouts in theirs.
+  void drawFrame(const DynamicFrame<float>* frame);
+  void drawCoarserGraphs(GraphLayout* coarser, const DynamicFrame<float>& frame);
   void drawStatusLine();
 
   /// Selects what lies under the window position and calls the callback of the vertex found, if any.
   void pick(int x, int y);
 
-  static GraphAnimator* instance;
+  /// The one object; null before it is made.
+  static inline GraphAnimator* instance = nullptr;
 
   struct LayoutEntry {
     GraphLayout* layout;
@@ -113,7 +124,8 @@ public:
   double fps = 0.0;
   double vps = 0.0;
   double max_speed = 10.0;
-  /// Filtered signal that nothing moves, 0 to 1. The attribute setters of the server put it to 0 from their own threads.
+  /// Filtered signal that nothing moves, 0 to 1. The attribute setters of the server put it to 0 from their own
+  /// threads.
   std::atomic<double> stillness = 0.0;
   std::int32_t changes = 0;
   Timer input_timer;
@@ -142,6 +154,49 @@ public:
 
 private:
   class RenderTask;
+  struct Key;
+  struct SpecialKey;
+  struct MenuEntry;
+
+  static std::span<const Key> keys();
+  static std::span<const SpecialKey> specialKeys();
+  static std::span<const MenuEntry> menuEntries();
+
+  // The frame.
+  void autozoomCamera();
+  void paceFrame(bool step);
+  void yieldToClients();
+  void setProjection();
+  void setCamera();
+  void displayLayout(LayoutEntry& entry, bool step);
+  void stepAndDraw(GraphLayout* layout);
+
+  // The drawing pass.
+  void drawVerticesAndEdges(GraphLayout* layout, FrameMoments& moments);
+  void drawForce(const Vector& position, const Vector& acceleration);
+  void drawArrow(const Vector& p, const Vector& q, Edge* e);
+  void setEdgeColour(Edge* e, const Vector& p, const Vector& q);
+
+  // Input.
+  template <class Action>
+  void forEachLayout(Action action);
+  static void toggle(bool& flag) { flag = !flag; }
+  void escape();
+  void toggleFullScreen();
+  void leaveFullScreen();
+  void multiplyTimeStep(float factor);
+  void divideTimeStep(float divisor);
+  void jostleLayouts(int digit);
+  void multiplyFriction(float factor);
+  void toggleIntegrator();
+  void toggleParallel();
+  void resetLayouts();
+  void printCamera();
+  void callBack(Vertex* v);
+
+  /// The size to go back to from full screen: the window system reports the full screen's own through `ReshapeFunc`.
+  std::int32_t windowed_w = 0;
+  std::int32_t windowed_h = 0;
 };
 
 extern template class GraphAnimator<GraphLayout<LayoutSchema>>;
