@@ -1,0 +1,272 @@
+#!/usr/bin/python3
+"""Calls of every kind for an hour, with the layout on, and a look at what grows.
+
+usage: tests/reliability/soak.py [--minutes 60] [--rate 500] [--seed 1]
+
+Prints a line a minute and a verdict. What the server never gives back is named: each clear leaves the versions of the
+old default styles behind, each style change of an object with attributes of its own leaves its private version. Their
+cost is measured first, so that growth beyond them shows.
+Ends with status 1 if memory beyond that cost, threads, descriptors or frame time grow, or an unexpected line is written.
+"""
+import argparse
+import os
+import pathlib
+import random
+import re
+import struct
+import subprocess
+import sys
+import tempfile
+import time
+import xmlrpc.client
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent))
+
+from support.display import Display                      # noqa: E402
+from support.network import enter_own_network            # noqa: E402
+from support.program import URL, Program                 # noqa: E402
+
+HERE = pathlib.Path(__file__).resolve().parent
+MAX_VERTICES = 300
+EXPECTED = re.compile(r"^(@@ |tessarel|Warning: tessarel_change_vertex_style|Using single-level|Running Tessarel|\d+ processors)")
+MISTAKES = ("no_such_key", "1")
+
+
+def build_probe(folder):
+    probe = os.path.join(folder, "probe.so")
+    subprocess.run(["g++", "-shared", "-fPIC", "-O1", "-std=c++20", str(HERE / "probe.cpp"), "-o", probe, "-ldl"], check=True)
+    return probe
+
+
+class Frames:
+    """The server's frames, as the probe counts them."""
+
+    def __init__(self, path):
+        self.path = path
+
+    def take(self):
+        """Frames so far, and the longest time between two of them since the last look, in milliseconds."""
+        with open(self.path, "r+b") as file:
+            count, longest = struct.unpack("qq", file.read(16))
+            file.seek(8)
+            file.write(struct.pack("q", 0))
+        return count, longest / 1e6
+
+
+def resources(process):
+    """Resident KiB, threads and descriptors of a process."""
+    status = pathlib.Path(f"/proc/{process.pid}/status").read_text(encoding="ascii")
+    number = lambda key: int(re.search(rf"^{key}:\s+(\d+)", status, re.M)[1])
+    return number("VmRSS"), number("Threads"), len(os.listdir(f"/proc/{process.pid}/fd"))
+
+
+class Caller:
+    """Random calls on a model of what exists; counts what the server never gives back."""
+
+    def __init__(self, seed):
+        self.random = random.Random(seed)
+        self.server = xmlrpc.client.ServerProxy(URL)
+        self.call = self.server.tessarel
+        self.calls = self.clears = self.forks = 0
+        self.slowest = 0.0
+        self.forget()
+
+    def forget(self):
+        self.vertices, self.edges, self.vertex_styles, self.edge_styles = {}, {}, [0], [0]
+
+    def one(self):
+        kinds = [self.new_vertex, self.new_edge, self.new_edge, self.vertex_attribute, self.vertex_attribute,
+                 self.edge_attribute, self.edge_attribute, self.vertex_style, self.edge_style, self.change_vertex_style,
+                 self.change_edge_style, self.style_attributes, self.remove_edge, self.remove_vertex, self.mistake]
+        before = time.monotonic()
+        if self.random.random() < 0.0002:
+            self.call.clear()
+            self.clears += 1
+            self.forget()
+        else:
+            self.random.choice(kinds)()
+        self.slowest = max(self.slowest, time.monotonic() - before)
+        self.calls += 1
+
+    def new_vertex(self):
+        if len(self.vertices) < MAX_VERTICES:
+            self.vertices[self.call.new_vertex()] = False
+        else:
+            self.remove_vertex()
+
+    def new_edge(self):
+        if len(self.vertices) > 1 and len(self.edges) < 2 * MAX_VERTICES:
+            first, second = self.random.sample(list(self.vertices), 2)
+            self.edges[self.call.new_edge(first, second)] = [False, first, second]
+
+    def some(self, what):
+        return self.random.choice(list(what)) if what else 0
+
+    def vertex_attribute(self):
+        vertex = self.some(self.vertices)
+        key, value = self.random.choice([("color", "#40C0FF"), ("label", "soak"), ("shape", "sphere"), ("size", "1.5"),
+                                         ("charge", "2"), ("visible", "true")])
+        if self.call.set_vertex_attribute(vertex, key, value) == 0 and not self.vertices[vertex]:
+            self.vertices[vertex] = True
+            self.forks += 1
+
+    def edge_attribute(self):
+        edge = self.some(self.edges)
+        key, value = self.random.choice([("color", "#FF8040"), ("label", "edge"), ("arrow", "true"), ("width", "2"),
+                                         ("strength", "2"), ("spline", self.random.choice(["true", "false"])),
+                                         ("stroke", "dashed"), ("showstrain", "true")])
+        if self.call.set_edge_attribute(edge, key, value) == 0 and not self.edges[edge][0]:
+            self.edges[edge][0] = True
+            self.forks += 1
+
+    def vertex_style(self):
+        if len(self.vertex_styles) < 20:
+            self.vertex_styles.append(self.call.new_vertex_style(self.some(self.vertex_styles)))
+
+    def edge_style(self):
+        if len(self.edge_styles) < 20:
+            self.edge_styles.append(self.call.new_edge_style(self.some(self.edge_styles)))
+
+    def change_vertex_style(self):
+        vertex = self.some(self.vertices)
+        if self.call.change_vertex_style(vertex, self.some(self.vertex_styles)) == 0:
+            self.vertices[vertex] = False
+
+    def change_edge_style(self):
+        edge = self.some(self.edges)
+        if self.call.change_edge_style(edge, self.some(self.edge_styles)) == 0:
+            self.edges[edge][0] = False
+
+    def style_attributes(self):
+        self.call.set_vertex_style_attribute(self.some(self.vertex_styles), "color", str(self.random.randrange(200)))
+        self.call.set_edge_style_attribute(self.some(self.edge_styles), "width", self.random.choice("123"))
+
+    def remove_edge(self):
+        edge = self.some(self.edges)
+        self.call.remove_edge(edge)
+        self.edges.pop(edge, None)
+
+    def remove_vertex(self):
+        vertex = self.some(self.vertices)
+        self.call.remove_vertex(vertex)
+        self.vertices.pop(vertex, None)
+        self.edges = {id: edge for id, edge in self.edges.items() if vertex not in edge[1:]}
+
+    def mistake(self):
+        self.call.set_vertex_attribute(self.some(self.vertices), *MISTAKES)
+        self.call.new_edge(-5, -6)
+
+
+def cost_of(program, count, work):
+    """KiB that each of `count` repetitions of the work leaves behind: the second half is measured."""
+    work(count)
+    time.sleep(1)
+    before = resources(program.process)[0]
+    work(count)
+    time.sleep(1)
+    return (resources(program.process)[0] - before) / count
+
+
+def measure_costs(program):
+    server = xmlrpc.client.ServerProxy(URL)
+
+    def batched(calls):
+        batch = xmlrpc.client.MultiCall(server)
+        for name, *arguments in calls:
+            getattr(batch.tessarel, name)(*arguments)
+        list(batch())
+
+    def clears(count):
+        for _ in range(count // 500):
+            batched([("clear",)] * 500)
+
+    def forks(count):
+        for _ in range(count // 500):
+            batched([("change_vertex_style", 1, 0), ("set_vertex_attribute", 1, "color", "1")] * 500)
+
+    a_clear = cost_of(program, 20000, clears)
+    server.tessarel.new_vertex_w_id(1)
+    a_fork = cost_of(program, 50000, forks)
+    server.tessarel.clear()
+    print(f"never given back: {a_clear:.2f} KiB a clear, {a_fork:.2f} KiB a private version with one value", flush=True)
+    return a_clear, a_fork
+
+
+def main():
+    options = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    options.add_argument("--minutes", type=float, default=60)
+    options.add_argument("--rate", type=float, default=500)
+    options.add_argument("--seed", type=int, default=1)
+    options = options.parse_args()
+
+    enter_own_network()
+    with tempfile.TemporaryDirectory() as folder:
+        os.environ["PROBE_FRAMES"] = os.path.join(folder, "frames")
+        os.environ["LD_PRELOAD"] = build_probe(folder)
+        display = Display()
+        program = Program(display)
+        del os.environ["LD_PRELOAD"]
+        try:
+            return soak(program, Frames(os.environ["PROBE_FRAMES"]), options)
+        finally:
+            program.kill()
+            display.stop()
+
+
+def soak(program, frames, options):
+    a_clear, a_fork = measure_costs(program)
+    caller = Caller(options.seed)
+    print(f"seed {options.seed}\n{'minute':>6} {'calls':>9} {'slowest ms':>10} {'KiB':>8} {'beyond':>8} {'threads':>7} "
+          f"{'files':>5} {'frames/s':>8} {'longest ms':>10}", flush=True)
+    start = time.monotonic()
+    rows = []
+    last_frames = frames.take()[0]
+    mark = len(program.errors)
+    step = min(60.0, options.minutes * 60 / 10)
+    while time.monotonic() - start < options.minutes * 60 and program.alive():
+        due = start + caller.calls / options.rate
+        pause = due - time.monotonic()
+        if pause > 0:
+            time.sleep(pause)
+        caller.one()
+        if time.monotonic() - start >= step * (len(rows) + 1):
+            kib, threads, files = resources(program.process)
+            count, longest = frames.take()
+            beyond = kib - caller.clears * a_clear - caller.forks * a_fork
+            rows.append((kib, beyond, threads, files, (count - last_frames) / step, longest))
+            last_frames = count
+            print(f"{(time.monotonic() - start) / 60:6.1f} {caller.calls:9d} {caller.slowest * 1e3:10.0f} {kib:8d} {beyond:8.0f} "
+                  f"{threads:7d} {files:5d} {rows[-1][4]:8.1f} {longest:10.0f}", flush=True)
+            caller.slowest = 0.0
+    return verdict(program, rows, mark)
+
+
+def verdict(program, rows, mark):
+    """Compares the first rows after the warm-up, a tenth of the time, with the last ones."""
+    faults = []
+    if not program.alive():
+        faults.append(f"the server ended with {program.process.returncode}")
+    warm = len(rows) // 10
+    span = max(1, len(rows) // 5)
+    early, late = rows[warm:warm + span], rows[-span:]
+    mean = lambda part, column: sum(row[column] for row in part) / len(part)
+    growth = mean(late, 1) - mean(early, 1)
+    print(f"beyond what is never given back, memory grew by {growth:.0f} KiB; frames went from {mean(early, 4):.1f} to "
+          f"{mean(late, 4):.1f} a second")
+    if growth > 8192:
+        faults.append("memory grows")
+    if mean(late, 2) > mean(early, 2) + 4:
+        faults.append("threads grow")
+    if mean(late, 3) > mean(early, 3) + 4:
+        faults.append("descriptors grow")
+    if mean(late, 4) < 0.8 * mean(early, 4):
+        faults.append("frames slow down")
+    strange = [line for line in program.errors.since(mark) + program.output.lines if not EXPECTED.search(line)]
+    if strange:
+        faults.append(f"{len(strange)} unexpected lines, the first: {strange[0]!r}")
+    print("\n".join(faults) if faults else "level")
+    return 1 if faults else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
