@@ -46,6 +46,23 @@ TinyVector<float, 3> Graph<Schema>::randomPosition() {
   return position;
 }
 
+template <class Schema>
+const char* Graph<Schema>::validate() const {
+  for (const Vertex* vertex : vertices) {
+    if (&vertex->graph != this) return "a vertex is of another graph";
+    for (Edge* edge : vertex->outEdges) {
+      if (edge->source != vertex) return "an out-edge begins elsewhere";
+      if (!edge->target->inEdges.contains(edge)) return "an edge is not among the in-edges of its target";
+    }
+    for (Edge* edge : vertex->inEdges) {
+      if (edge->target != vertex) return "an in-edge ends elsewhere";
+      if (!edge->source->outEdges.contains(edge)) return "an edge is not among the out-edges of its source";
+      if (!vertices.contains(edge->source)) return "an edge begins at a vertex that is gone";
+    }
+  }
+  return nullptr;
+}
+
 template class Graph<LayoutSchema>;
 
 }  // namespace quorel

@@ -41,6 +41,9 @@ public:
   /// A point of the cube of edge 1 about the origin.
   virtual TinyVector<float, 3> randomPosition();
 
+  /// Walks the whole graph and checks its invariants; null when they hold, or what is wrong.
+  const char* validate() const;
+
   int numVertices() const { return static_cast<int>(vertices.size()); }
 
   VertexSet vertices;

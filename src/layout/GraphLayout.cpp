@@ -1,5 +1,6 @@
 #include "layout/GraphLayout.h"
 
+#include <algorithm>
 #include <cmath>
 #include <mutex>
 
@@ -193,6 +194,29 @@ void GraphLayout<Schema>::resetDefaultStyles() {
   knotVertexStyle.set_visible(false);
   knotVertexStyle.set_charge(0.25);
   knotVertexStyle.set_size(0.1);
+}
+
+template <class Schema>
+const char* GraphLayout<Schema>::validate() const {
+  for (const auto& [edge, chain] : knots) {
+    if (!edge->source->outEdges.contains(edge)) return "a chain belongs to an edge that is gone";
+    if (chain->size() < 3 || chain->front() != edge->source || chain->back() != edge->target) {
+      return "a chain does not lead from the source of its edge to the target";
+    }
+    for (std::size_t i = 0; i + 1 < chain->size(); ++i) {
+      const bool linked =
+          std::ranges::any_of((*chain)[i]->outEdges, [&](const Edge* link) { return link->target == (*chain)[i + 1]; });
+      if (!linked) return "a chain is broken";
+    }
+  }
+  if (startStateValid && use_runge_kutta) {
+    for (const Vertex* vertex : this->vertices) {
+      if (vertex->start.position != vertex->position || vertex->start.velocity != vertex->velocity) {
+        return "a particle is not where its next step starts";
+      }
+    }
+  }
+  return Graph<Schema>::validate();
 }
 
 template class GraphLayout<LayoutSchema>;

@@ -115,6 +115,10 @@ public:
   /// Removes the chain of an edge that has one. The caller holds the lock.
   void clearKnots(Edge* edge);
 
+  /// Walks the whole graph, the chains and the particles and checks the invariants; null when they hold, or what is
+  /// wrong.
+  const char* validate() const;
+
   /// What a picture shows of a vertex, also beside a step in progress: its last finished state. Written by nothing but
   /// the last phase of a step, which waits for the picture.
   const ParticleState& drawnState(const Vertex& vertex) const {

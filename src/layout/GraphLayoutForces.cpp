@@ -65,10 +65,12 @@ void GraphLayout<Schema>::calculateForcesOnVertex(Vertex* v, typename Spacetree:
   }
 
   const Vector x = v->position;
-  const auto repel = [v](float charge, const Vector& position) {
-    const Vector d = position - v->position;
+  const float ownCharge = v->charge;
+  Vector force = v->force;
+  const auto repel = [&](float charge, const Vector& position) {
+    const Vector d = position - x;
     const float y = reciprocalRoot(dot(d, d) + repulsionEpsilon);
-    v->force += (v->charge * (-forceConstant * charge) * (y * y * y)) * d;
+    force += (ownCharge * (-forceConstant * charge) * (y * y * y)) * d;
   };
   while (!iterator.empty()) {
     const auto position = iterator.pop();
@@ -86,6 +88,7 @@ void GraphLayout<Schema>::calculateForcesOnVertex(Vertex* v, typename Spacetree:
       Spacetree::expand(position, iterator);
     }
   }
+  v->force = force;
 
   if (!isFinite(v->force)) {
     std::osyncstream(std::cerr) << "@@ Warning: forces on vertex are " << v->force << '\n'

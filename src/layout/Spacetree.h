@@ -86,14 +86,15 @@ public:
       return (p[0] >= m[0] ? 4 : 0) | (p[1] >= m[1] ? 2 : 0) | (p[2] >= m[2] ? 1 : 0);
     }
 
-    Box octant(int index) const {
-      const TinyVector<float, 3> m = midpoint();
-      Box box = *this;
-      for (std::size_t axis = 0; axis < 3; ++axis) {
-        const bool upperHalf = (index & (4 >> axis)) != 0;
-        (upperHalf ? box.lower : box.upper)[axis] = m[axis];
-      }
-      return box;
+    Box octant(int index) const { return octant(index, midpoint()); }
+
+    /// The same for a caller that knows the midpoint.
+    Box octant(int index, const TinyVector<float, 3>& m) const {
+      const bool x = (index & 4) != 0;
+      const bool y = (index & 2) != 0;
+      const bool z = (index & 1) != 0;
+      return {{x ? m[0] : lower[0], y ? m[1] : lower[1], z ? m[2] : lower[2]},
+              {x ? upper[0] : m[0], y ? upper[1] : m[1], z ? upper[2] : m[2]}};
     }
 
     float diagonal() const { return length(upper - lower); }
@@ -250,10 +251,10 @@ template <class Summary, class Particle>
 void Spacetree<Summary, Particle>::expand(const TreePosition& position, Iterator& iterator) {
   Node* node = position.node;
   if (node->isInternal) {
+    const Box& box = position.box;
+    const TinyVector<float, 3> m = box.midpoint();
     for (int i = 0; i < Node::slotCount; ++i) {
-      if (node->children[i] != nullptr) {
-        iterator.push({position.box.octant(i), node->node(i), TreePosition::wholeNode});
-      }
+      if (node->children[i] != nullptr) iterator.push({box.octant(i, m), node->node(i), TreePosition::wholeNode});
     }
   } else {
     for (int i = 0; i < Node::slotCount && node->children[i] != nullptr; ++i) {
