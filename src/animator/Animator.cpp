@@ -6,34 +6,34 @@
 
 namespace quorel {
 
-Animator* animator = nullptr;
+Animator* currentAnimator = nullptr;
 
 namespace {
 
 // GLUT's callbacks are plain functions.
 void display() {
-  animator->DisplayFunc();
+  currentAnimator->DisplayFunc();
 }
 void keyPress(unsigned char key, int x, int y) {
-  animator->KeyPressFunc(key, x, y);
+  currentAnimator->KeyPressFunc(key, x, y);
 }
 void specialKey(int key, int x, int y) {
-  animator->SpecialKeyFunc(key, x, y);
+  currentAnimator->SpecialKeyFunc(key, x, y);
 }
 void mouse(int button, int state, int x, int y) {
-  animator->MouseFunc(button, state, x, y);
+  currentAnimator->MouseFunc(button, state, x, y);
 }
 void motion(int x, int y) {
-  animator->MotionFunc(x, y);
+  currentAnimator->MotionFunc(x, y);
 }
 void passiveMotion(int x, int y) {
-  animator->PassiveMotionFunc(x, y);
+  currentAnimator->PassiveMotionFunc(x, y);
 }
 void reshape(int w, int h) {
-  animator->ReshapeFunc(w, h);
+  currentAnimator->ReshapeFunc(w, h);
 }
 void menu(int entry) {
-  animator->MenuFunc(entry);
+  currentAnimator->MenuFunc(entry);
 }
 
 constexpr int initialWidth = 800;
@@ -42,7 +42,7 @@ constexpr int initialHeight = 600;
 }  // namespace
 
 Animator::Animator(int argc, char** argv) {
-  animator = this;
+  currentAnimator = this;
   glutInit(&argc, argv);
   glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);
   glutInitWindowPosition(0, 0);

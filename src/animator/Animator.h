@@ -47,6 +47,6 @@ protected:
 };
 
 /// The one live window, which the GLUT callbacks reach through this pointer; null before it is made.
-extern Animator* animator;
+extern Animator* currentAnimator;
 
 }  // namespace quorel
