@@ -8,7 +8,27 @@
 
 #include "animator/VirtualDisplay.h"
 
+#if defined(__SANITIZE_ADDRESS__)
+#include <gtest/gtest.h>
+#include <sanitizer/lsan_interface.h>
+#endif
+
 namespace quorel {
+
+#if defined(__SANITIZE_ADDRESS__)
+namespace {
+
+/// Looks for leaks while the graphics driver is still loaded. It unloads itself at exit, and what it then leaves behind
+/// has no name that a suppression could match.
+class LeakCheck final : public testing::Environment {
+public:
+  void TearDown() override { __lsan_do_leak_check(); }
+};
+
+[[maybe_unused]] const auto* const leakCheck = testing::AddGlobalTestEnvironment(new LeakCheck);
+
+}  // namespace
+#endif
 
 Picture::Picture(int pictureWidth, int pictureHeight) : width(pictureWidth), height(pictureHeight) {
   std::vector<unsigned char> bytes(3 * static_cast<std::size_t>(width) * height);
