@@ -72,8 +72,10 @@ while time.monotonic() < end:
     time.sleep(INTERVAL)
     now = read_processes()
     wanted = picture(before, now)
-    several = xmlrpc.client.MultiCall(server)
-    for method, *arguments in changes(shown, wanted):
-        getattr(several.tessarel, method)(*arguments)
-    several()                                   # one request carries them all
+    calls = list(changes(shown, wanted))
+    for start in range(0, len(calls), 300):     # one request carries many, but no more than half a megabyte
+        several = xmlrpc.client.MultiCall(server)
+        for method, *arguments in calls[start:start + 300]:
+            getattr(several.tessarel, method)(*arguments)
+        several()
     before, shown = now, wanted

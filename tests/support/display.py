@@ -20,7 +20,8 @@ class Display:
         self.size = width, height
         read_end, write_end = os.pipe()
         self.process = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp"],
+            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp",
+             "-noreset"],
             pass_fds=[write_end], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(write_end)
         with os.fdopen(read_end) as file:
@@ -61,23 +62,25 @@ class Display:
         middle = [(a + b) // 2 for a, b in zip(start, end)]
         self.do("mousemove", *start, "mousedown", button, "mousemove", *middle, "mousemove", *end, "mouseup", button)
 
-    def window_ids(self):
-        return self.do("search", "--onlyvisible", "--name", "^Tessarel$").split()
+    def window_ids(self, name="Tessarel"):
+        return self.do("search", "--onlyvisible", "--name", f"^{name}$").split()
+
+    def window_box(self, name="Tessarel"):
+        """(left, top, right, bottom) on the screen, or None."""
+        for window in self.window_ids(name):
+            told = dict(line.split("=") for line in self.do("getwindowgeometry", "--shell", window).split())
+            left, top = int(told["X"]), int(told["Y"])
+            return left, top, left + int(told["WIDTH"]), top + int(told["HEIGHT"])
+        return None
 
     def window_size(self):
-        told = self.do("getwindowgeometry", "--shell", self.window_ids()[0])
-        geometry = dict(line.split("=") for line in told.split())
-        return int(geometry["WIDTH"]), int(geometry["HEIGHT"])
+        left, top, right, bottom = self.window_box()
+        return right - left, bottom - top
 
     def open_menu(self, x=60, y=60):
         """Opens the right button's menu and returns its box on the screen."""
-        before = self.screen()
         self.click(x, y, 3)
-
-        def menu():
-            grey = self.screen().exactly((178, 178, 178), 12)       # the toolkit's menu background
-            return grey.box if grey.count > 2000 + before.exactly((178, 178, 178), 12).count else None
-        return wait_until(menu, "the menu to open")
+        return wait_until(lambda: self.window_box("freeglut menu"), "the menu to open")
 
     def choose(self, entry):
         """Chooses a menu entry as a person does: opens the menu, points at the entry, clicks."""

@@ -1,5 +1,6 @@
 """The server as a process: started, called, listened to and ended."""
 import os
+import pathlib
 import re
 import signal
 import subprocess
@@ -11,7 +12,7 @@ from support.waiting import SLOWNESS, wait_until
 
 PORT = 20738
 URL = f"http://127.0.0.1:{PORT}/RPC2"
-BINARY = os.environ.get("TESSAREL", "build/release/src/tessarel")
+BINARY = os.environ.get("TESSAREL") or str(pathlib.Path(__file__).resolve().parents[2] / "build/release/src/tessarel")
 COMPLAINTS = re.compile(r"Sanitizer|runtime error:|Assertion|terminate called|^X Error|freeglut.*ERROR")
 
 
@@ -50,6 +51,18 @@ class Client:
             with xmlrpc.client.ServerProxy(URL) as server:
                 return getattr(server.tessarel, method)(*arguments)
         return call
+
+    @staticmethod
+    def together(calls):
+        """Makes many calls (method, argument, ...), some hundreds a request: the server takes no more than half a megabyte."""
+        answers = []
+        with xmlrpc.client.ServerProxy(URL) as server:
+            for start in range(0, len(calls), 500):
+                several = xmlrpc.client.MultiCall(server)
+                for method, *arguments in calls[start:start + 500]:
+                    getattr(several.tessarel, method)(*arguments)
+                answers += several()
+        return answers
 
 
 class Program:

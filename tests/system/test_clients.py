@@ -76,12 +76,8 @@ class Model:
 @pytest.mark.parametrize("settled", [True, False], ids=["small graph", "while a large graph moves"])
 def test_sixteen_clients_hear_what_they_would_hear_alone(program, graph, settled):
     if not settled:
-        several = xmlrpc.client.MultiCall(xmlrpc.client.ServerProxy(URL))
-        for number in range(600):
-            several.tessarel.new_vertex_w_id(number)
-        for number in range(1, 600):
-            several.tessarel.new_edge_w_id(number, number, number // 2)
-        assert set(several()) == {0}
+        graph.together([("new_vertex_w_id", number) for number in range(600)])
+        graph.together([("new_edge_w_id", number, number, number // 2) for number in range(1, 600)])
     models = [Model(number) for number in range(CLIENTS)]
     barrier = threading.Barrier(CLIENTS)
     threads = [threading.Thread(target=model.run, args=(barrier,)) for model in models]

@@ -1,9 +1,10 @@
 """The simulation as it is seen from outside: where it settles, when it rests and wakes, what it survives."""
 import time
-import xmlrpc.client
 
-from support.program import URL
 from support.waiting import SLOWNESS, stays, wait_until
+
+BALANCE = 0.750             # the distance at which a spring of strength 1 holds two vertices of charge 1
+RESTING = 0.15              # cores: well above what a still picture takes, well below what a moving one does
 
 
 def join_two(graph, strength="1"):
@@ -19,8 +20,8 @@ def test_two_vertices_on_an_edge_settle_where_spring_and_repulsion_balance(displ
 
     def balanced():
         camera, autozoom, (least, middle, largest) = program.report()
-        return abs(2 * max(largest, 0) ** 0.5 - 0.7504) < 0.0005 and max(abs(least), abs(middle)) < 1e-4 and \
-            abs(autozoom + 2.5 * (0.7504 ** 2 / 4) ** 0.5) < 0.002 and camera == -3
+        return abs(2 * max(largest, 0) ** 0.5 - BALANCE) < 0.002 and max(abs(least), abs(middle)) < 1e-4 and \
+            abs(autozoom + 2.5 * (BALANCE ** 2 / 4) ** 0.5) < 0.003 and camera == -3
     wait_until(balanced, "0.750 apart, the camera at -0.938", 20, 0.3)
 
 
@@ -31,36 +32,36 @@ def test_each_of_the_four_steps_finds_the_same_balance(display, graph, program):
         graph.set_edge_attribute(3, "strength", "0.2")
         wait_until(lambda: program.distance() > 1.2, "a weak spring to give way", 20, 0.3)
         graph.set_edge_attribute(3, "strength", "1")
-        wait_until(lambda: abs(program.distance() - 0.7504) < 0.002, "the balance", 20, 0.3)
+        wait_until(lambda: abs(program.distance() - BALANCE) < 0.002, "the balance", 20, 0.3)
 
 
 def test_rest_after_ten_seconds_then_a_change_wakes_the_layout(display, graph, program):
     join_two(graph)
-    wait_until(lambda: abs(program.distance() - 0.7504) < 0.001, "the balance", 20, 0.3)
-    moving = program.load()
+    wait_until(lambda: abs(program.distance() - BALANCE) < 0.002, "the balance", 20, 0.3)
     still_since = time.monotonic()
-    wait_until(lambda: program.load(0.5) < 0.35, "the processor to become free", 30)
+    moving = program.load()
+    wait_until(lambda: program.load() < RESTING, "the processor to become free", 30)
     assert time.monotonic() - still_since > 5               # it goes on for ten seconds after the last motion
-    assert moving > 0.5
+    assert moving > 2 * RESTING
     resting = display.picture().image.tobytes()
     assert stays(lambda: display.picture().image.tobytes() == resting, 0.5)
-    assert program.load(2) < 0.35
+    assert program.load(2) < RESTING
     graph.set_vertex_style_attribute(0, "color", "#00FF00")     # a change of looks is seen, and needs no layout
     wait_until(lambda: display.picture().tinted((0, 255, 0)).count > 10, "the new colour", 0.5)
-    assert program.load() < 0.35
+    assert program.load() < RESTING
     graph.set_edge_attribute(3, "strength", "0.3")              # a change of forces does
     wait_until(lambda: display.picture().image.tobytes() != resting, "motion", 1)
-    assert program.load() > 0.5 * moving
+    assert program.load() > 2 * RESTING
     wait_until(lambda: program.distance() > 1.0, "the new balance", 20, 0.3)
 
 
 def test_length_and_looks_leave_the_layout_alone(display, graph, program):
     join_two(graph)
-    wait_until(lambda: abs(program.distance() - 0.7504) < 0.001, "the balance", 20, 0.3)
+    wait_until(lambda: abs(program.distance() - BALANCE) < 0.002, "the balance", 20, 0.3)
     for key, value in [("length", "5"), ("width", "5"), ("visible", "false")]:
         graph.set_edge_attribute(3, key, value)
     graph.set_vertex_style_attribute(0, "size", "3")
-    wait_until(lambda: stays(lambda: abs(program.distance() - 0.7504) < 0.001, 1), "the same balance", 5)
+    wait_until(lambda: stays(lambda: abs(program.distance() - BALANCE) < 0.002, 1), "the same balance", 5)
 
 
 def test_bad_numbers_are_reported_and_stop_nothing(display, graph, program):
@@ -70,8 +71,8 @@ def test_bad_numbers_are_reported_and_stop_nothing(display, graph, program):
     program.errors.wait_for(r"^@@ Warning: forces on vertex are \[.*nan.*\]$", mark)
     program.errors.wait_for(r"^@@ position = \[.*\]$", mark)
     graph.set_edge_attribute(3, "strength", "1")
-    graph.set_vertex_attribute(1, "charge", "1e30")             # thrown far out by the strongest force there is
-    graph.set_vertex_attribute(2, "charge", "1e30")
+    display.key(*["f"] * 12)                                    # with hardly any friction they fly apart without end
+    graph.set_vertex_style_attribute(0, "charge", "20")
     graph.remove_edge(3)
     program.errors.wait_for(r"^Particle position not finite or outside root box: \[.*\]$", mark, seconds=30)
     program.errors.wait_for(r"^\*\*\*\* WARNING: totalVertices != numVertices$", mark)
@@ -82,9 +83,10 @@ def test_bad_numbers_are_reported_and_stop_nothing(display, graph, program):
     graph.set_edge_style_attribute(0, "arrow", "true")
     graph.new_edge(1, 2)
     assert stays(program.alive, 1.0 * SLOWNESS)
+    display.key(*["F"] * 12)
     graph.clear()
     join_two(graph)
-    wait_until(lambda: abs(program.distance() - 0.7504) < 0.002, "the next graph as usual", 20, 0.3)
+    wait_until(lambda: abs(program.distance() - BALANCE) < 0.002, "the next graph as usual", 20, 0.3)
 
 
 def test_an_oriented_edge_brings_its_source_on_top(display, graph):
@@ -104,14 +106,11 @@ def test_an_oriented_edge_brings_its_source_on_top(display, graph):
 
 
 def test_a_thousand_vertices_keep_moving_while_clients_are_answered(display, graph, program):
-    several = xmlrpc.client.MultiCall(xmlrpc.client.ServerProxy(URL))
-    for number in range(1000):
-        several.tessarel.new_vertex_w_id(number)
-    for number in range(1, 1000):
-        several.tessarel.new_edge_w_id(number, number, number // 2)
-        several.tessarel.new_edge_w_id(number + 1000, number, (number * 7) % number if number > 1 else 0)
-    answers = list(several())
-    assert answers.count(-1) <= 1000
+    mark = len(program.errors)
+    calls = [("new_vertex_w_id", number) for number in range(1000)]
+    calls += [("new_edge_w_id", number, number, number // 2) for number in range(1, 1000)]
+    calls += [("new_edge_w_id", 1000 + number, number, number // 3) for number in range(1, 1000)]
+    assert set(graph.together(calls)) == {0}
     wait_until(lambda: display.picture().lit().count > 3000, "the graph", 20)
     for _ in range(3):
         before = display.picture()
@@ -120,4 +119,4 @@ def test_a_thousand_vertices_keep_moving_while_clients_are_answered(display, gra
         for number in range(50):
             assert graph.set_vertex_attribute(number, "color", "#FF0000") == 0
         assert time.monotonic() - start < 2 * SLOWNESS
-    assert program.errors.matching("WARNING: totalVertices") == [] or program.errors.matching("outside root box")
+    assert program.errors.since(mark) == []
