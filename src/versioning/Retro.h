@@ -44,6 +44,9 @@ public:
   /// The value in force, found by a search of `parens` alone. Touches neither cache nor counters.
   const T& search(Version* version) const { return values[slotBySearch(version)]; }
 
+  /// The number of calls of `set` so far: as long as it stands, every read at a version gives what the last one gave.
+  std::uint64_t changeCount() const { return changes; }
+
   /// The number of versions that have a value of their own.
   std::uint32_t valueCount() const { return values.size(); }
 
@@ -66,6 +69,7 @@ private:
   VersionTable<std::uint32_t> slots;  // where in `values` the own value of a version stands
   ParensTree parens{false};
   AbstractCache<Retro> cache;
+  std::uint64_t changes = 0;
 };
 
 template <class T>
@@ -77,6 +81,7 @@ Retro<T>::Retro(VersionTree& tree, T initial) : versionTree(&tree), cache(*this)
 
 template <class T>
 void Retro<T>::set(Version* version, T value) {
+  ++changes;
   std::uint32_t slot = slots.read(version->index);
   if (slot == 0 && version != versionTree->root) {
     parens.insert(version);
