@@ -1,0 +1,195 @@
+#include <benchmark/benchmark.h>
+
+#include <atomic>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "layout/GraphLayout.h"
+#include "server/Diagnostics.h"
+#include "server/GraphProxy.h"
+#include "server/HttpClient.h"
+#include "server/MethodTable.h"
+#include "server/XmlRpcServer.h"
+
+// What a call costs a client on the same machine, one request after the other, against a bare method: one of the same
+// library, on the same server, that takes the same arguments and does nothing. Each call is measured on a quiet server
+// and beside frames: a thread that carries changes out and steps 5000 vertices without pause.
+
+using namespace quorel;
+
+namespace {
+
+/// Fits the arguments of every method, so that a bare call reads the same request.
+template <int ints, int texts>
+xmlrpc_value* bare(xmlrpc_env* env, xmlrpc_value* parameters, void*) {
+  int a;
+  int b;
+  int c;
+  const char* s;
+  const char* t;
+  if constexpr (texts == 2) xmlrpc_parse_value(env, parameters, "(iss)", &a, &s, &t);
+  if constexpr (ints == 1 && texts == 0) xmlrpc_parse_value(env, parameters, "(i)", &a);
+  if constexpr (ints == 3) xmlrpc_parse_value(env, parameters, "(iii)", &a, &b, &c);
+  return env->fault_occurred ? nullptr : xmlrpc_build_value(env, "i", 0);
+}
+
+constexpr int frameVertexCount = 5000;
+
+/// Server, proxy and, if asked for, frames, for the time of one measurement.
+class Scene {
+public:
+  explicit Scene(bool withFrames) : proxy(new GraphLayout<LayoutSchema>, nullptr) {
+    verbose = false;
+    graphProxy = &proxy;
+    xmlrpc_env_init(&env);
+    registry = xmlrpc_registry_new(&env);
+    registerMethods(&env, registry);
+    xmlrpc_registry_add_method_w_doc(&env, registry, nullptr, "bare.i", bare<1, 0>, nullptr, "i:i", nullptr);
+    xmlrpc_registry_add_method_w_doc(&env, registry, nullptr, "bare.iii", bare<3, 0>, nullptr, "i:iii", nullptr);
+    xmlrpc_registry_add_method_w_doc(&env, registry, nullptr, "bare.iss", bare<1, 2>, nullptr, "i:iss", nullptr);
+    server = std::make_unique<XmlRpcServer>(&env, registry, 0);
+    serving = std::thread([this] { server->serve(); });
+    client = std::make_unique<HttpClient>(server->port());
+
+    std::minstd_rand random;
+    for (int i = 0; i < frameVertexCount; ++i) proxy.tessarel_new_vertex_w_id(-1 - i);
+    for (int i = 0; i < 2 * frameVertexCount; ++i) {
+      const auto any = [&random] { return -1 - static_cast<int>(random() % frameVertexCount); };
+      proxy.tessarel_new_edge_w_id(-1 - i, any(), any());
+    }
+    proxy.poll();
+    frames = std::thread([this, withFrames] {
+      while (!stop) {
+        proxy.poll();
+        if (withFrames) {
+          proxy.layout->step();
+        } else {
+          std::this_thread::sleep_for(std::chrono::milliseconds(20));
+        }
+      }
+    });
+  }
+
+  ~Scene() {
+    stop = true;
+    frames.join();
+    client.reset();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    server->stop();
+    serving.join();
+    xmlrpc_registry_free(registry);
+    xmlrpc_env_clean(&env);
+    graphProxy = nullptr;
+  }
+
+  std::string post(const std::string& body) { return client->post(body); }
+
+private:
+  GraphProxy proxy;
+  xmlrpc_env env;
+  xmlrpc_registry* registry;
+  std::unique_ptr<XmlRpcServer> server;
+  std::thread serving;
+  std::unique_ptr<HttpClient> client;
+  std::thread frames;
+  std::atomic<bool> stop = false;
+};
+
+/// One kind of call: the method, the bare one that takes the same, and the arguments of the n-th call, which succeeds.
+struct Kind {
+  const char* name;
+  const char* bareName;
+  std::function<std::vector<std::string>(int)> arguments;  // each within its type's tags
+};
+
+std::string number(int value) {
+  return "<int>" + std::to_string(value) + "</int>";
+}
+
+const std::vector<Kind> kinds = {
+    {"new_vertex_w_id", "bare.i", [](int n) { return std::vector{number(n)}; }},
+    {"new_edge_w_id", "bare.iii",
+     [](int n) {
+       return std::vector{number(n), number(-1 - n % frameVertexCount), number(-1 - (n + 1) % frameVertexCount)};
+     }},
+    {"set_vertex_attribute", "bare.iss",
+     [](int n) {
+       return std::vector<std::string>{number(-1 - n % frameVertexCount), "<string>color</string>",
+                                       "<string>#12AB9F</string>"};
+     }},
+};
+
+std::string single(const std::string& method, const std::vector<std::string>& arguments) {
+  std::string parameters;
+  for (const std::string& one : arguments) parameters += "<param><value>" + one + "</value></param>";
+  return callOf(method, parameters);
+}
+
+std::string batch(const std::string& method, const Kind& kind, int first, int count) {
+  std::string calls;
+  for (int n = first; n < first + count; ++n) {
+    calls += "<value><struct><member><name>methodName</name><value><string>" + method +
+             "</string></value></member><member><name>params</name><value><array><data>";
+    for (const std::string& one : kind.arguments(n)) calls += "<value>" + one + "</value>";
+    calls += "</data></array></value></member></struct></value>";
+  }
+  return callOf("system.multicall", "<param><value><array><data>" + calls + "</data></array></value></param>");
+}
+
+/// `count` calls a request, and in turn with it a request of as many bare calls: what else the machine does meanwhile
+/// meets both alike. The time is that of the calls, `ofBareRate` how their rate compares.
+void measure(benchmark::State& state, const Kind& kind, bool withFrames, int count) {
+  using Clock = std::chrono::steady_clock;
+  Scene scene(withFrames);
+  const std::string method = std::string("tessarel.") + kind.name;
+  const auto seconds = [&scene](const std::string& body) {
+    const Clock::time_point start = Clock::now();
+    const std::string answer = scene.post(body);
+    const std::chrono::duration<double> taken = Clock::now() - start;
+    const bool refused = answer.find("fault") != std::string::npos || answer.find("<i4>-1</i4>") != std::string::npos;
+    return refused ? -1.0 : taken.count();
+  };
+  int next = 0;
+  double ours = 0;
+  double bares = 0;
+  for (auto _ : state) {
+    const bool one = count == 1;
+    const double bareTime =
+        seconds(one ? single(kind.bareName, kind.arguments(next)) : batch(kind.bareName, kind, next, count));
+    const double time = seconds(one ? single(method, kind.arguments(next)) : batch(method, kind, next, count));
+    if (time < 0 || bareTime < 0) {
+      state.SkipWithError("a call was refused");
+      break;
+    }
+    next += count;
+    ours += time;
+    bares += bareTime;
+    state.SetIterationTime(time);
+  }
+  state.SetItemsProcessed(state.iterations() * count);
+  state.counters["ofBareRate"] = bares / ours;
+}
+
+const int registered = [] {
+  for (const int count : {1, 500, 1000}) {
+    for (const bool withFrames : {false, true}) {
+      for (const Kind& kind : kinds) {
+        const std::string name = std::string(count == 1 ? "call" : "multicallOf" + std::to_string(count)) + "/" +
+                                 (withFrames ? "besideFrames/" : "quiet/") + kind.name;
+        benchmark::RegisterBenchmark(
+            name.c_str(),
+            [&kind, withFrames, count](benchmark::State& state) { measure(state, kind, withFrames, count); })
+            ->UseManualTime()
+            ->Unit(benchmark::kMicrosecond);
+      }
+    }
+  }
+  return 0;
+}();
+
+}  // namespace

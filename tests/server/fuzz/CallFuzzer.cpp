@@ -1,0 +1,167 @@
+#include <xmlrpc-c/base.h>
+#include <xmlrpc-c/server.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <streambuf>
+#include <string>
+#include <string_view>
+
+#include "layout/GraphLayout.h"
+#include "server/GraphProxy.h"
+#include "server/MethodTable.h"
+#include "server/RequestCheck.h"
+
+// Bytes that arrive at the port, from the look at the body to the change of the graph. An input that begins with a "<"
+// or a byte above 0x7f is a body as it stands; any other is read as a program of calls, so that the search gets past
+// the parser to the identifiers, the attributes and the queue.
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
+
+namespace quorel {
+namespace {
+
+class NullBuffer : public std::streambuf {
+  int overflow(int c) override { return c; }
+  std::streamsize xsputn(const char*, std::streamsize n) override { return n; }
+};
+
+/// The server without its sockets, for all inputs of the process.
+class Target {
+public:
+  Target() : proxy(*new GraphProxy(new GraphLayout<LayoutSchema>, nullptr)) {
+    static NullBuffer nowhere;
+    std::clog.rdbuf(&nowhere);  // lines are made, but not shown
+    graphProxy = &proxy;
+    xmlrpc_env_init(&env);
+    registry = xmlrpc_registry_new(&env);
+    registerMethods(&env, registry);
+  }
+
+  void receive(std::string_view body) {
+    if (reasonToRefuse(body) != nullptr) return;
+    xmlrpc_env call;
+    xmlrpc_env_init(&call);
+    xmlrpc_mem_block* answer = nullptr;
+    xmlrpc_registry_process_call2(&call, registry, body.data(), body.size(), nullptr, &answer);
+    if (answer != nullptr) xmlrpc_mem_block_free(answer);
+    xmlrpc_env_clean(&call);
+  }
+
+  void frame() { proxy.poll(); }
+
+  /// Checks the whole state, and now and then starts over, for what is left behind by `clear` stays in memory.
+  void finish() {
+    proxy.poll();
+    if (const std::string fault = proxy.validate(); !fault.empty()) {
+      std::cerr << fault << '\n';
+      std::abort();
+    }
+    if (proxy.vertices.size() + proxy.edges.size() + proxy.vertexStyles.size() + proxy.edgeStyles.size() > 300) {
+      proxy.tessarel_clear();
+    }
+  }
+
+private:
+  GraphProxy& proxy;
+  xmlrpc_env env;
+  xmlrpc_registry* registry;
+};
+
+constexpr struct {
+  const char* name;
+  const char* types;
+} methods[] = {{"tessarel.new_vertex_w_id", "i"},
+               {"tessarel.new_vertex", ""},
+               {"tessarel.new_edge_w_id", "iii"},
+               {"tessarel.new_edge", "ii"},
+               {"tessarel.remove_vertex", "i"},
+               {"tessarel.remove_edge", "i"},
+               {"tessarel.clear", ""},
+               {"tessarel.set_vertex_attribute", "iss"},
+               {"tessarel.set_vertex_style_attribute", "iss"},
+               {"tessarel.new_vertex_style", "i"},
+               {"tessarel.new_vertex_style_w_id", "ii"},
+               {"tessarel.change_vertex_style", "ii"},
+               {"tessarel.set_edge_attribute", "iss"},
+               {"tessarel.set_edge_style_attribute", "iss"},
+               {"tessarel.new_edge_style", "i"},
+               {"tessarel.new_edge_style_w_id", "ii"},
+               {"tessarel.change_edge_style", "ii"},
+               {"system.methodHelp", "s"},
+               {"system.methodSignature", "s"}};
+
+constexpr const char* words[] = {
+    "arrow", "arrow_position", "arrow_length", "arrow_radius", "arrow_reverse", "color", "colour", "fontcolor",
+    "fontcolour", "fontfamily", "fontsize", "label", "length", "oriented", "showstrain", "strength", "spline", "stroke",
+    "visible", "width", "charge", "callback_left_doubleclick", "shape", "shapedetail", "size",
+    // values
+    "true", "False", "0", "1", "-1", "0.5", "nan", "inf", "1e999", "99999999999999999999", "-2147483648", "#FF8000",
+    "dashed", "icosahedron", "http://host/path/method", "http://", ""};
+
+class Program {
+public:
+  Program(const std::uint8_t* data, std::size_t size) : at(data), end(data + size) {}
+
+  bool done() const { return at == end; }
+  unsigned byte() { return done() ? 0 : *at++; }
+
+  /// Mostly small, so that ids meet.
+  int integer() {
+    const unsigned first = byte();
+    if (first != 0xff) return static_cast<int>(first % 24) - 2;
+    unsigned value = 0;
+    for (int i = 0; i < 4; ++i) value = value << 8 | byte();
+    return static_cast<int>(value);
+  }
+
+  std::string text() {
+    const unsigned first = byte();
+    if (first < std::size(words)) return words[first];
+    std::string free;
+    for (unsigned length = first % 16; length > 0 && !done(); --length) {
+      const char c = static_cast<char>(byte());
+      free += c == '<' || c == '&' ? std::string("&#") + std::to_string(c) + ";" : std::string(1, c);
+    }
+    return first == 0xfe ? std::string(4090, 'x') + free : free;
+  }
+
+private:
+  const std::uint8_t* at;
+  const std::uint8_t* end;
+};
+
+void run(Target& target, Program program) {
+  for (int calls = 0; calls < 20 && !program.done(); ++calls) {
+    const unsigned what = program.byte();
+    if (what % 32 >= std::size(methods)) {
+      target.frame();
+      continue;
+    }
+    const auto& method = methods[what % 32];
+    std::string body = std::string("<methodCall><methodName>") + method.name + "</methodName><params>";
+    for (const char* type = method.types; *type != '\0'; ++type) {
+      body += "<param><value>";
+      body += *type == 'i' ? "<int>" + std::to_string(program.integer()) + "</int>" : program.text();
+      body += "</value></param>";
+    }
+    target.receive(body + "</params></methodCall>");
+  }
+}
+
+}  // namespace
+}  // namespace quorel
+
+int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  using namespace quorel;
+  static Target& target = *new Target;
+  if (size > 0 && (data[0] == '<' || data[0] > 0x7f)) {
+    target.receive(std::string_view(reinterpret_cast<const char*>(data), size));
+  } else {
+    run(target, Program(data, size));
+  }
+  target.finish();
+  return 0;
+}
