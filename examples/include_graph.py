@@ -65,8 +65,10 @@ colours = {number: str(3 + 4 * folders.index(path.parent)) for number, path in f
 for number, path in files.items():
     popularity = sum(path in others for others in includes.values())
     graph.new_vertex_w_id(number)
+    if popularity >= 4:
+        graph.set_vertex_attribute(number, "label", path.name)
     for key, value in [("shape", "sphere" if path.suffix.startswith(".h") else "cube"), ("color", colours[number]),
-                       ("size", str(0.8 + 0.1 * popularity)), ("label", path.name)]:
+                       ("size", str(1 + 0.1 * popularity))]:
         graph.set_vertex_attribute(number, key, value)
 for path, others in includes.items():
     for other in others:
@@ -79,6 +81,7 @@ def clicked(number):
     print(f"{files[number]}: {len(lit) - 1} more files are compiled anew when it changes", flush=True)
     for each, path in files.items():
         graph.set_vertex_attribute(each, "color", "#FFFFFF" if path in lit else colours[each])
+        graph.set_vertex_attribute(each, "label", path.name if path in lit else "")
     return 0
 
 

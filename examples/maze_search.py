@@ -10,7 +10,7 @@ import time
 import xmlrpc.client
 
 SERVER = "http://127.0.0.1:20738/RPC2"
-SIZE = 14
+SIZE = 10
 
 
 def make_maze():
@@ -19,7 +19,7 @@ def make_maze():
     walls = [((x, y), other) for x, y in maze for other in [(x + 1, y), (x, y + 1)] if other in maze]
     regions = {cell: {cell} for cell in maze}
     for one, two in random.sample(walls, len(walls)):
-        if regions[one] is not regions[two] or random.random() < 0.06:
+        if regions[one] is not regions[two] or random.random() < 0.1:
             maze[one].add(two)
             maze[two].add(one)
             joined = regions[one] | regions[two]
@@ -50,9 +50,10 @@ def show(graph, end):
     graph.clear()
     waiting, done = graph.new_vertex_style(0), graph.new_vertex_style(0)
     thick = graph.new_edge_style(0)
-    for style, key, value in [(0, "color", "#606060"), (waiting, "color", "#FFE040"), (done, "color", "#3070FF")]:
+    for style, key, value in [(0, "color", "#606060"), (0, "size", "4"), (waiting, "color", "#FFE040"),
+                              (done, "color", "#3070FF")]:
         graph.set_vertex_style_attribute(style, key, value)
-    for style, key, value in [(0, "color", "#707070"), (thick, "color", "#FFFFFF"), (thick, "width", "5")]:
+    for style, key, value in [(0, "color", "#909090"), (thick, "color", "#FFFFFF"), (thick, "width", "7")]:
         graph.set_edge_style_attribute(style, key, value)
 
     maze = make_maze()
@@ -60,7 +61,7 @@ def show(graph, end):
     edges = {(one, two): graph.new_edge(vertices[one], vertices[two]) for one in maze for two in maze[one] if one < two}
     start, goal = min(maze), max(maze)
     for cell, label, colour in [(start, "start", "#30FF30"), (goal, "goal", "#FF3030")]:
-        for key, value in [("label", label), ("color", colour), ("size", "2"), ("shape", "sphere")]:
+        for key, value in [("label", label), ("color", colour), ("size", "7"), ("shape", "sphere")]:
             graph.set_vertex_attribute(vertices[cell], key, value)
 
     for step, (found, state) in enumerate(search(maze, start, goal)):
@@ -70,7 +71,7 @@ def show(graph, end):
             graph.set_vertex_attribute(vertices[goal], "label", f"{len(found) - 1} steps long, found after {step}")
         elif found not in (start, goal):
             graph.change_vertex_style(vertices[found], waiting if state == "waiting" else done)
-        time.sleep(min(0.08, max(0, end - time.monotonic())))
+        time.sleep(min(0.12, max(0, end - time.monotonic())))
 
 
 signal.signal(signal.SIGINT, signal.SIG_DFL)

@@ -23,7 +23,8 @@ def read_packages(status_file):
         depends = stanza.get("Depends", "") + "," + stanza.get("Pre-Depends", "")
         wanted = re.findall(r"(?:^|[,|])\s*([a-z0-9][-+.a-z0-9]*)", depends)
         packages[name] = stanza.get("Section", ""), {other for other in wanted if other in installed and other != name}
-    return packages
+    alone = packages.keys() - {name for one, (_, others) in packages.items() if others for name in {one, *others}}
+    return {name: package for name, package in packages.items() if name not in alone}
 
 
 def drawing(packages):
@@ -42,15 +43,16 @@ def drawing(packages):
         vertex = drawn[name] = len(drawn) + 1
         yield "new_vertex_w_id", vertex
         yield "change_vertex_style", vertex, styles.get(section, styles["other"])
-        yield "set_vertex_attribute", vertex, "size", str(0.6 + 0.25 * wanted[name] ** 0.5)
+        yield "set_vertex_attribute", vertex, "size", str(0.8 + 0.2 * wanted[name] ** 0.5)
         if wanted[name] >= 12:
             yield "set_vertex_attribute", vertex, "label", name
         users = {other for other in drawn if name in packages[other][1]}
         for one, two in [(name, other) for other in others & drawn.keys()] + [(user, name) for user in users]:
             edges += 1
             yield "new_edge_w_id", edges, drawn[one], drawn[two]
-            # What all depend on would pull all into one ball: the more wanted, the weaker each pull.
-            yield "set_edge_attribute", edges, "strength", str(min(1.0, 4 / wanted[two]))
+            # What all depend on would pull all into one ball: a package holds on to the rarest that it needs.
+            rarest = min(wanted[other] for other in packages[one][1])
+            yield "set_edge_attribute", edges, "strength", str(rarest / wanted[two])
 
 
 signal.signal(signal.SIGINT, signal.SIG_DFL)
