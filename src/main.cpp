@@ -37,7 +37,10 @@ int main(int argc, char** argv) {
   if (!scan(argc, argv)) return 0;
   graphProxy = new GraphProxy(argc, argv);
   pthread_t server;
-  pthread_create(&server, nullptr, serverMain, nullptr);
+  if (pthread_create(&server, nullptr, serverMain, nullptr) != 0) {
+    std::cerr << "tessarel: cannot start the server thread\n";
+    return 1;
+  }
   setThreadPriority(server, serverPriority);
   setCurrentThreadPriority(mainPriority);
   glutMainLoop();

@@ -11,14 +11,14 @@ extern bool verbose;
 
 /// Writes one whole line to the log stream if `verbose` is set: lines of several threads never mix.
 template <class... Parts>
-void log(const Parts&... parts) {
+void logLine(const Parts&... parts) {
   if (verbose) (std::osyncstream(std::clog) << ... << parts) << '\n';
 }
 
 /// The answer to a client's mistake: the line, and -1.
 template <class... Parts>
 int refuse(const Parts&... parts) {
-  log(parts...);
+  logLine(parts...);
   return -1;
 }
 
