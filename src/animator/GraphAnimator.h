@@ -3,6 +3,7 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
+#include <memory>
 #include <set>
 #include <span>
 #include <string>
@@ -10,7 +11,9 @@
 
 #include "TinyVector.h"
 #include "animator/Animator.h"
+#include "animator/BatchPainter.h"
 #include "animator/GraphUpdater.h"
+#include "animator/PlainPainter.h"
 #include "concurrency/Timer.h"
 #include "layout/GraphLayout.h"
 #include "layout/LayoutSchema.h"
@@ -151,6 +154,8 @@ public:
   double mean_edge_length = 1.0;
   double edge_length_sum = 0.0;
   std::int32_t edge_length_count = 0;
+  /// Draws in batches; off, piece by piece. The picture is the same.
+  bool batching = true;
 
 private:
   class RenderTask;
@@ -172,10 +177,11 @@ private:
   void stepAndDraw(GraphLayout* layout);
 
   // The drawing pass.
+  Painter& painter();
   void drawVerticesAndEdges(GraphLayout* layout, FrameMoments& moments);
   void drawForce(const Vector& position, const Vector& acceleration);
   void drawArrow(const Vector& p, const Vector& q, Edge* e);
-  void setEdgeColour(Edge* e, const Vector& p, const Vector& q);
+  Vector edgeColour(Edge* e, const Vector& p, const Vector& q);
 
   // Input.
   template <class Action>
@@ -197,6 +203,8 @@ private:
   /// The size to go back to from full screen: the window system reports the full screen's own through `ReshapeFunc`.
   std::int32_t windowed_w = 0;
   std::int32_t windowed_h = 0;
+  std::unique_ptr<PlainPainter> plainPainter;
+  std::unique_ptr<BatchPainter> batchPainter;
 };
 
 extern template class GraphAnimator<GraphLayout<LayoutSchema>>;

@@ -3,6 +3,7 @@
 #include <GL/freeglut.h>
 #include <GL/glu.h>
 
+#include <array>
 #include <cmath>
 #include <iostream>
 #include <mutex>
@@ -32,7 +33,9 @@ void GraphAnimator<GraphLayout>::drawGraph(GraphLayout* layout) {
   needs_spline_update = false;
   FrameMoments moments(layout->covariance, layout->mean);
 
+  painter().begin();
   drawVerticesAndEdges(layout, moments);
+  painter().flush();
   vertex_count += moments.vertexCount();
   mean_edge_length = meanEdgeLength(edge_length_sum, edge_length_count, mean_edge_length);
 
@@ -73,7 +76,7 @@ void GraphAnimator<GraphLayout>::drawVertex(Vertex* v, double size) {
   }
   const int facets = solidDetail(v->style.get_shapedetail(), idle, detail);
   setColourForVertex(v);
-  drawSolid(v->style.get_shape(), size, facets);
+  painter().solid(v->style.get_shape(), size, facets);
   if (selecting) {
     glPopName();
     return;
@@ -83,27 +86,33 @@ void GraphAnimator<GraphLayout>::drawVertex(Vertex* v, double size) {
 
 template <class GraphLayout>
 void GraphAnimator<GraphLayout>::setColourForVertex(Vertex* v) {
-  glColor3fv(v->style.get_color().data());
+  painter().setColour(v->style.get_color());
 }
 
 template <class GraphLayout>
 void GraphAnimator<GraphLayout>::drawLabel(Vertex* v, double size) {
-  const std::string label = v->style.get_label();
+  const std::string& label = v->style.look_label();
   if (label.empty()) return;
   const Vector colour = v->style.get_fontcolor();
-  const LabelFont font = chooseFont(v->style.get_fontfamily(), v->style.get_fontsize());
+  void* const font = glutFont(chooseFont(v->style.look_fontfamily(), v->style.get_fontsize()));
   // A label without a solid stands on the point itself.
   Vector position;
   if (v->style.get_shape() != VertexStyleDefns::none) {
     position = static_cast<float>(size) * v->style.get_labeloffset();
   }
-  drawText(label, glutFont(font), colour, position);
+  drawText(label, font, colour, position);
 }
 
 template <class GraphLayout>
 void GraphAnimator<GraphLayout>::drawText(const std::string& text, void* font, const Vector& colour,
                                           const Vector& position) {
-  if (!selecting) drawBitmapText(text, font, colour, position);
+  if (!selecting) painter().text(text, font, colour, position);
+}
+
+template <class GraphLayout>
+Painter& GraphAnimator<GraphLayout>::painter() {
+  if (batching && !selecting) return *batchPainter;
+  return *plainPainter;
 }
 
 /// A mark of length 1 in the direction in which the vertex is pushed.
@@ -111,8 +120,8 @@ template <class GraphLayout>
 void GraphAnimator<GraphLayout>::drawForce(const Vector& position, const Vector& acceleration) {
   const float magnitude = length(acceleration);
   if (!(magnitude > 0.0F)) return;
-  glColor3f(1.0F, 1.0F, 0.0F);
-  drawLine(position, position + (1.0F / magnitude) * acceleration);
+  painter().setColour(Vector(1.0F, 1.0F, 0.0F));
+  painter().line(position, position + (1.0F / magnitude) * acceleration);
 }
 
 template <class GraphLayout>
@@ -123,45 +132,35 @@ void GraphAnimator<GraphLayout>::drawEdges(GraphLayout* layout, Vertex* v) {
 template <class GraphLayout>
 void GraphAnimator<GraphLayout>::drawEdge(GraphLayout* layout, Edge* e) {
   if (!e->style.get_visible()) return;
-  constexpr int solid = 0xffff;
   const int stroke = e->style.get_stroke();
   const double width = e->style.get_width();
-  const bool changesLineState = stroke != solid || width != 1.0;
-  if (changesLineState) {
-    glLineStipple(1, static_cast<GLushort>(stroke & solid));
-    glLineWidth(static_cast<float>(width));
-  }
+  const bool changesLineState = stroke != Painter::solidStroke || width != 1.0;
+  if (changesLineState) painter().setLineState(stroke, width);
 
   const Vector& p = layout->drawnState(*e->source).position;
   const Vector& q = layout->drawnState(*e->target).position;
-  setEdgeColour(e, p, q);
+  painter().setColour(edgeColour(e, p, q));
   if (e->style.get_knots() > 2) {
     drawSpline(layout, e);
   } else {
     const auto chain = layout->knots.find(e);
     // Knots that are left over from when the edge was a spline.
     if (chain != layout->knots.end() && chain->second != nullptr) needs_spline_update = true;
-    drawLine(p, q);
+    painter().line(p, q);
     if (e->style.get_arrow()) drawArrow(p, q, e);
   }
 
-  if (changesLineState) {
-    glLineStipple(1, solid);
-    glLineWidth(1.0F);
-  }
+  if (changesLineState) painter().setLineState(Painter::solidStroke, 1.0);
   if (show_labels) drawEdgeLabel(layout, e);
 }
 
 template <class GraphLayout>
-void GraphAnimator<GraphLayout>::setEdgeColour(Edge* e, const Vector& p, const Vector& q) {
-  if (!e->style.get_showstrain()) {
-    glColor3fv(e->style.get_color().data());
-    return;
-  }
+auto GraphAnimator<GraphLayout>::edgeColour(Edge* e, const Vector& p, const Vector& q) -> Vector {
+  if (!e->style.get_showstrain()) return e->style.get_color();
   const double edgeLength = length(q - p);
-  glColor3fv(strainColour(edgeLength, mean_edge_length).data());
   edge_length_sum += edgeLength;
   edge_length_count += 1;
+  return strainColour(edgeLength, mean_edge_length);
 }
 
 template <class GraphLayout>
@@ -171,21 +170,19 @@ void GraphAnimator<GraphLayout>::drawArrow(const Vector& p, const Vector& q, Edg
                             .radius = e->style.get_arrow_radius(),
                             .reverse = e->style.get_arrow_reverse()};
   const Arrow arrow = arrowGeometry(p, q, e->source->style.get_size(), e->target->style.get_size(), style);
-  if (!arrow.drawable) return;
-  const int facets = static_cast<int>(detail);
-  drawCylinder(arrow.base, arrow.tip, arrow.radius, 0.0, facets, facets, true);
+  if (arrow.drawable) painter().arrow(arrow, static_cast<int>(detail));
 }
 
 template <class GraphLayout>
 void GraphAnimator<GraphLayout>::drawEdgeLabel(GraphLayout* layout, Edge* e) {
-  const std::string label = e->style.get_label();
+  const std::string& label = e->style.look_label();
   if (label.empty()) return;
   const Vector colour = e->style.get_fontcolor();
-  const LabelFont font = chooseFont(e->style.get_fontfamily(), e->style.get_fontsize());
+  void* const font = glutFont(chooseFont(e->style.look_fontfamily(), e->style.get_fontsize()));
   const Vector middle = 0.5F * (layout->drawnState(*e->source).position + layout->drawnState(*e->target).position);
   glPushMatrix();
   glTranslatef(middle[0], middle[1], middle[2]);
-  drawText(label, glutFont(font), colour, e->style.get_labeloffset());
+  drawText(label, font, colour, e->style.get_labeloffset());
   glPopMatrix();
 }
 
@@ -206,17 +203,12 @@ void GraphAnimator<GraphLayout>::drawSpline(GraphLayout* layout, Edge* e) {
     warned = true;
     return;
   }
-  Vector points[order];
+  std::array<Vector, order> points;
   for (std::size_t i = 0; i < order; ++i) {
     points[i] = layout->drawnState(*knots[i]).position;
-    // The curve is cut into pieces by its length on the screen, and there is no end of a length that is no number.
     if (!isFinite(points[i])) return;
   }
-  float knotVector[2 * order] = {0.0F, 0.0F, 0.0F, 0.0F, 1.0F, 1.0F, 1.0F, 1.0F};
-  useLineNormal();
-  gluBeginCurve(nurbs);
-  gluNurbsCurve(nurbs, 2 * order, knotVector, 3, &points[0][0], order, GL_MAP1_VERTEX_3);
-  gluEndCurve(nurbs);
+  painter().curve(points);
 }
 
 template <class GraphLayout>

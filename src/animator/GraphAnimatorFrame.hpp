@@ -37,6 +37,8 @@ GraphAnimator<GraphLayout>::GraphAnimator(int argc, char** argv, GraphLayout& la
   for (Timer* timer : {&input_timer, &frame_timer, &settle_timer, &spin_timer, &click_timer}) timer->start();
   createMenu();
   nurbs = gluNewNurbsRenderer();
+  plainPainter = std::make_unique<PlainPainter>(nurbs);
+  batchPainter = std::make_unique<BatchPainter>(nurbs);
   glEnable(GL_MAP1_VERTEX_3);
   glEnable(GL_LINE_STIPPLE);
   glSelectBuffer(static_cast<GLsizei>(std::size(select_buffer)), select_buffer);
@@ -139,6 +141,7 @@ void GraphAnimator<GraphLayout>::Display(bool step) {
   glLoadIdentity();
   glTranslatef(0.0F, 0.0F, -1.0F);
   drawStatusLine();
+  painter().flush();
   glTranslatef(0.0F, 0.0F, 1.0F);
 
   setCamera();

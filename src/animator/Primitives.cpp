@@ -50,20 +50,25 @@ void drawLine(const TinyVector<float, 3>& p, const TinyVector<float, 3>& q) {
 
 void drawCylinder(const TinyVector<double, 3>& p, const TinyVector<double, 3>& q, double r0, double r1, int slices,
                   int stacks, bool cap) {
-  static GLUquadric* const tube = gluNewQuadric();
-  static GLUquadric* const disk = gluNewQuadric();
+  glPushMatrix();
+  const float height = alignWithZ(p, q);
+  drawCylinderAlongZ(static_cast<float>(r0), static_cast<float>(r1), height, slices, stacks, cap);
+  glPopMatrix();
+}
+
+float alignWithZ(const TinyVector<double, 3>& p, const TinyVector<double, 3>& q) {
   const TinyVector<double, 3> d = q - p;
   const Turn turn = turnFromZ(d);
-  // Rounded, so that arrows of one length are one shape wherever they stand.
-  const auto height = static_cast<float>(length(d));
-  const auto nearRadius = static_cast<float>(r0);
-  const auto farRadius = static_cast<float>(r1);
-  glPushMatrix();
   glTranslated(p[0], p[1], p[2]);
   glRotated(turn.degrees, turn.axis[0], turn.axis[1], turn.axis[2]);
-  gluCylinder(tube, nearRadius, farRadius, height, slices, stacks);
-  if (cap) gluDisk(disk, 0.0, nearRadius, slices, 1);
-  glPopMatrix();
+  return static_cast<float>(length(d));
+}
+
+void drawCylinderAlongZ(float r0, float r1, float height, int slices, int stacks, bool cap) {
+  static GLUquadric* const tube = gluNewQuadric();
+  static GLUquadric* const disk = gluNewQuadric();
+  gluCylinder(tube, r0, r1, height, slices, stacks);
+  if (cap) gluDisk(disk, 0.0, r0, slices, 1);
 }
 
 void drawSolid(VertexStyleDefns::Shape shape, double s, int detail) {
@@ -96,6 +101,19 @@ void drawSolid(VertexStyleDefns::Shape shape, double s, int detail) {
       glutSolidSphere(s, detail, detail);
       break;
   }
+}
+
+void drawCurve(GLUnurbs* nurbs, std::span<const TinyVector<float, 3>, 4> points) {
+  constexpr int order = 4;
+  float knots[2 * order] = {0.0F, 0.0F, 0.0F, 0.0F, 1.0F, 1.0F, 1.0F, 1.0F};
+  float coordinates[order][3];
+  for (int i = 0; i < order; ++i) {
+    for (int j = 0; j < 3; ++j) coordinates[i][j] = points[i][j];
+  }
+  useLineNormal();
+  gluBeginCurve(nurbs);
+  gluNurbsCurve(nurbs, 2 * order, knots, 3, coordinates[0], order, GL_MAP1_VERTEX_3);
+  gluEndCurve(nurbs);
 }
 
 void drawBitmapText(std::string_view text, void* font, const TinyVector<float, 3>& colour,

@@ -1,10 +1,12 @@
 #pragma once
 
+#include <span>
 #include <string_view>
 
 #include "TinyVector.h"
-#include "animator/LabelFont.h"
 #include "versioning/VertexStyleDefns.h"
+
+class GLUnurbs;
 
 namespace quorel {
 
@@ -25,8 +27,19 @@ void drawLine(const TinyVector<float, 3>& p, const TinyVector<float, 3>& q);
 void drawCylinder(const TinyVector<double, 3>& p, const TinyVector<double, 3>& q, double r0, double r1, int slices,
                   int stacks, bool cap);
 
+/// Moves the modelview so that its z axis runs from p toward q. Returns their distance, in single precision so that
+/// cylinders of one length are one shape wherever they stand.
+float alignWithZ(const TinyVector<double, 3>& p, const TinyVector<double, 3>& q);
+
+/// A cylinder along the z axis from the origin.
+void drawCylinderAlongZ(float r0, float r1, float height, int slices, int stacks, bool cap);
+
 /// The solid of a vertex of radius s, about the origin. An unknown shape is a sphere.
 void drawSolid(VertexStyleDefns::Shape shape, double s, int detail);
+
+/// A NURBS curve of order 4 through the hull of four points. Not for points that are not finite: the curve is cut into
+/// pieces by its length on the screen.
+void drawCurve(GLUnurbs* nurbs, std::span<const TinyVector<float, 3>, 4> points);
 
 /// Text at a point of the scene, one character a byte. The colour is the emission alone: the text faces away from the
 /// light and its own colour, which is left behind as the current one, is black.
