@@ -87,20 +87,22 @@ void GraphLayout<Schema>::clearKnots(Edge* edge) {
 template <class Schema>
 void GraphLayout<Schema>::jostle(float frequency) {
   startStateValid = false;
-  constexpr float fullTurn = static_cast<float>(2.0 * std::numbers::pi);
-  const float a = fullTurn * randomUnit();
-  const float b = fullTurn * randomUnit();
-  const float c = fullTurn * randomUnit();
+  const auto randomAngle = [] { return static_cast<float>(2.0 * std::numbers::pi * randomUnit()); };
+  const float a = randomAngle();
+  const float b = randomAngle();
+  const float c = randomAngle();
   const TinyVector<float, 3> n(std::cos(a), std::sin(a) * std::cos(b), -std::sin(a) * std::sin(b));
 
   const std::lock_guard<MultiLockable> hold(*this);
-  TinyVector<float, 3> sum;
+  TinyVector<float, 3> drift;
   for (Vertex* vertex : this->vertices) {
     const TinyVector<float, 3> kick = (std::cos(frequency * dot(n, vertex->position) + c) / 3.0F) * n;
+    // A vertex without a place has no kick, and must not take the others along.
+    if (!isFinite(kick)) continue;
     vertex->velocity += kick;
-    sum += kick;
+    drift += kick;
   }
-  const TinyVector<float, 3> drift = (1.0F / static_cast<float>(this->numVertices())) * sum;
+  for (std::size_t axis = 0; axis < 3; ++axis) drift[axis] /= static_cast<float>(this->numVertices());
   for (Vertex* vertex : this->vertices) vertex->velocity -= drift;
 }
 

@@ -13,7 +13,7 @@ namespace {
 
 using Shape = VertexStyleDefns::Shape;
 
-TEST(ChooseHit, takesTheGreatestDepthAsASignedNumberAmongRecordsWithOneName) {
+TEST(ChooseHit, takesTheNearestAmongRecordsWithOneName) {
   struct Case {
     std::vector<std::uint32_t> words;
     int hits;
@@ -21,11 +21,12 @@ TEST(ChooseHit, takesTheGreatestDepthAsASignedNumberAmongRecordsWithOneName) {
   };
   for (const Case& c : {
            Case{{1, 5, 9, 42}, 1, 42},
-           Case{{1, 5, 9, 42, 1, 6, 9, 43}, 2, 43},
+           Case{{1, 5, 9, 42, 1, 6, 9, 43}, 2, 42},
+           Case{{1, 6, 9, 42, 1, 5, 9, 43}, 2, 43},
            Case{{1, 5, 9, 42, 1, 5, 9, 43}, 2, 42},
            Case{{1, 0x7fffffff, 9, 1, 1, 0x80000001, 9, 2}, 2, 1},
-           Case{{1, 0xa0000000, 9, 1, 1, 0xb0000000, 9, 2}, 2, 2},
-           Case{{0, 7, 9, 1, 5, 9, 42, 2, 8, 9, 43, 44}, 3, 42},
+           Case{{1, 0xb0000000, 9, 1, 1, 0xa0000000, 9, 2}, 2, 2},
+           Case{{0, 2, 9, 1, 5, 9, 42, 2, 3, 9, 43, 44}, 3, 42},
            Case{{0, 7, 9}, 1, std::nullopt},
            Case{{1, 5, 9, 42}, 0, std::nullopt},
            Case{{1, 5, 9, 42}, -1, std::nullopt},
@@ -106,12 +107,13 @@ TEST_F(PickTest, theHubOfManyEdgesIsFound) {
   EXPECT_EQ(recorder->called, Vertices({hub}));
 }
 
-TEST_F(PickTest, ofTwoBehindOneAnotherOneIsFoundAndOfTooManyNone) {
-  scene->vertex(0.0F, 0.0F, 0.0F);
+TEST_F(PickTest, ofTwoBehindOneAnotherTheNearerIsFoundAndOfTooManyNone) {
   scene->vertex(0.0F, 0.0F, -1.0F);
+  Scene::Vertex* nearer = scene->vertex(0.0F, 0.0F, 0.0F);
+  scene->vertex(0.0F, 0.0F, -0.5F);
   pick(0.0F, 0.0F);
-  EXPECT_EQ(recorder->called.size(), 1U);
-  for (int i = 0; i < 7; ++i) scene->vertex(0.0F, 0.0F, -2.0F - static_cast<float>(i));
+  EXPECT_EQ(recorder->called, Vertices({nearer}));
+  for (int i = 0; i < 6; ++i) scene->vertex(0.0F, 0.0F, -2.0F - static_cast<float>(i));
   pick(0.0F, 0.0F);
   EXPECT_EQ(recorder->called.size(), 1U) << "nine names do not fit into the buffer";
   EXPECT_FALSE(scene->animator.selecting);

@@ -1,6 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
+#include <numbers>
+#include <numeric>
+#include <vector>
 
 #include "layout/LayoutTesting.h"
 
@@ -135,6 +139,35 @@ TEST(Jostle, kicksAlongAPlaneWaveAndKeepsTheMomentum) {
     const Exact kick = exact(vertices[i]->velocity) - exact(before[i]);
     EXPECT_NEAR(std::abs(dot(kick, direction)), length(kick) * length(direction), 1e-5) << "all along one line";
   }
+
+  // Along the line the kicks are a wave of the asked frequency and of amplitude 1/3 about some mean: three of them, a
+  // sixth of a turn and more apart, give its parameters, and all others must lie on it.
+  direction *= 1.0 / length(direction);
+  const auto along = [&](std::size_t i) { return 0.5 * dot(exact(places[i]), direction); };
+  const auto kickOf = [&](std::size_t i) { return dot(exact(vertices[i]->velocity) - exact(before[i]), direction); };
+  std::vector<std::size_t> order(vertices.size());
+  std::iota(order.begin(), order.end(), std::size_t{0});
+  std::sort(order.begin(), order.end(), [&](std::size_t i, std::size_t j) { return along(i) < along(j); });
+  const std::size_t first = order.front();
+  const std::size_t second = order[order.size() / 2];
+  const std::size_t third = order.back();
+  ASSERT_GT(along(third) - along(first), 2.0 * std::numbers::pi / 6.0);
+  const auto row = [&](std::size_t i) { return Exact(std::cos(along(i)), std::sin(along(i)), 1.0); };
+  const auto cross = [](const Exact& u, const Exact& v) {
+    return Exact(u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]);
+  };
+  const double determinant = dot(row(first), cross(row(second), row(third)));
+  const Exact wave = (1.0 / determinant) *
+                     (kickOf(first) * cross(row(second), row(third)) + kickOf(second) * cross(row(third), row(first)) +
+                      kickOf(third) * cross(row(first), row(second)));
+  EXPECT_NEAR(std::hypot(wave[0], wave[1]), 1.0 / 3.0, 1e-3);
+  for (std::size_t i = 0; i < vertices.size(); ++i) EXPECT_NEAR(kickOf(i), dot(wave, row(i)), 1e-3);
+
+  // One without a place is left alone, and leaves the others alone.
+  const Vector nowhere(NAN, 0.0F, 0.0F);
+  vertices.front()->position = nowhere;
+  layout.jostle(0.5F);
+  for (const auto* vertex : vertices) EXPECT_TRUE(isFinite(vertex->velocity));
 
   TestLayout empty;
   empty.jostle(1.0F);
