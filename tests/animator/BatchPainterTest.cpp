@@ -139,10 +139,27 @@ TEST_F(BatchPainterTest, aFlatGraphSeenFromTheFrontWhereAllLiesAtOneDepth) {
   for (int i = 0; i < 120; ++i) giveLooks(scene->edge(vertices[pick(60)], vertices[pick(60)]));
   scene->picture();
   expectSamePicture("flat");
-  for (const auto& [edge, chain] : scene->layout.knots) {
-    for (Scene::Vertex* v : *chain) v->position[2] = v->start.position[2] = 0.0F;
+}
+
+TEST_F(BatchPainterTest, aFlatCurveThroughLabels) {
+  std::vector<Scene::Edge*> curves;
+  for (int i = 0; i < 10; ++i) {
+    const float y = 0.2F * static_cast<float>(i) - 1.0F;
+    Scene::Vertex* left = scene->vertex(-1.0F, y, 0.0F);
+    left->style.set_shape(Shape::none);
+    left->style.set_label("a label along the curve");
+    curves.push_back(scene->edge(left, scene->hidden(1.0F, y, 0.0F)));
+    curves.back()->style.set_color(colour());
+    curves.back()->style.set_knots(4);
   }
-  expectSamePicture("flat curves");
+  scene->picture();
+  for (Scene::Edge* e : curves) {
+    for (Scene::Vertex* v : *scene->layout.knots.at(e)) {
+      v->position[1] = v->start.position[1] = e->source->position[1] + 0.02F;
+      v->position[2] = v->start.position[2] = 0.0F;
+    }
+  }
+  expectSamePicture("flat");
 }
 
 TEST_F(BatchPainterTest, vertexUponVertexTheFirstOneShows) {
