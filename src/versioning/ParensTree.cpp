@@ -39,10 +39,12 @@ bool hasHigherPriority(const ParensTreeNode* a, const ParensTreeNode* b) {
 
 /// Places `node` in the list of its neighbours, directly before (side 0) or after (side 1) `where`.
 void link(ParensTreeNode* node, ParensTreeNode* where, int side) {
-  node->prev = side == 0 ? where->prev : where;
-  node->next = side == 0 ? where : where->next;
-  if (node->prev != nullptr) node->prev->next = node;
-  if (node->next != nullptr) node->next->prev = node;
+  ParensTreeNode* const before = side == 0 ? where->prev : ShortPointer(where);
+  ParensTreeNode* const after = side == 0 ? ShortPointer(where) : where->next;
+  node->prev = before;
+  node->next = after;
+  if (before != nullptr) before->next = node;
+  if (after != nullptr) after->prev = node;
 }
 
 const ParensTreeNode* inOrderSuccessor(const ParensTreeNode* node) {
@@ -74,7 +76,7 @@ public:
   }
 
   /// Gives every parenthesis of the level that has been passed to another cell.
-  void relabel(PTKey** cell) const {
+  void relabel(ParensTreeCell* cell) const {
     for (ParensTreeNode* passed : level) passed->enclosing = cell;
   }
 
@@ -125,11 +127,11 @@ Version* ParensTree::findEnclosing(Version* version) const {
   const auto [node, order] = find(version->first);
   if (order == 0) return version;
   const bool besideSibling = order < 0 ? node->isOpen() : node->isClose();
-  return besideSibling ? (*node->enclosing)->version : node->key->version;
+  return besideSibling ? node->enclosing->key->version : node->key->version;
 }
 
 ParensTreeNode* ParensTree::makeNode(PTKey* key) {
-  ParensTreeNode& node = nodes.emplace_back(key);
+  ParensTreeNode& node = nodes.make(key);
   if (isMaster) key->node = &node;
   return &node;
 }
@@ -175,11 +177,13 @@ void ParensTree::rotateUp(ParensTreeNode* node) {
 void ParensTree::enclose(ParensTreeNode* open, ParensTreeNode* close) {
   ParensTreeNode* const before = open->prev;
   ParensTreeNode* const after = close->next;
-  const auto siblingsCell = [&] { return before->isClose() ? before->enclosing : after->enclosing; };
-  PTKey** cell;
+  const auto siblingsCell = [&]() -> ParensTreeCell* {
+    return before->isClose() ? before->enclosing : after->enclosing;
+  };
+  ParensTreeCell* cell;
   if (open->next == close) {
     const bool onlyChild = before->isOpen() && after->isClose();
-    cell = onlyChild ? &cells.emplace_back(before->key) : siblingsCell();
+    cell = onlyChild ? &cells.make(before->key) : siblingsCell();
   } else {
     // What is inside and what is outside have shared a cell, and one of the two must move to another. All three walks
     // end where the level does; they go in step, so that the cost is that of the shorter side: nothing for a version
@@ -195,14 +199,14 @@ void ParensTree::enclose(ParensTreeNode* open, ParensTreeNode* close) {
     }
     const bool moveOutside = moreInside == moreOutside ? std::rand() % 2 == 0 : moreInside;
     if (moveOutside) {
-      PTKey** const insideCell = open->next->enclosing;
-      cell = &cells.emplace_back(*insideCell);
-      *insideCell = open->key;
+      ParensTreeCell* const insideCell = open->next->enclosing;
+      cell = &cells.make(insideCell->key);
+      insideCell->key = open->key;
       outsideBefore.relabel(cell);
       outsideAfter.relabel(cell);
     } else {
       cell = siblingsCell();
-      inside.relabel(&cells.emplace_back(open->key));
+      inside.relabel(&cells.make(open->key));
     }
   }
   open->enclosing = cell;
@@ -217,8 +221,8 @@ std::string ParensTree::validate() const {
   const Version* const outermost = node->key->version;
   if (node->prev != nullptr) return "something stands before the first node";
 
-  std::vector<const ParensTreeNode*> around;        // the open parentheses that enclose the present node
-  std::map<const ParensTreeNode*, PTKey**> cellOf;  // what the pairs directly inside one of them share
+  std::vector<const ParensTreeNode*> around;                // the open parentheses that enclose the present node
+  std::map<const ParensTreeNode*, ParensTreeCell*> cellOf;  // what the pairs directly inside one of them share
   const ParensTreeNode* last = nullptr;
   for (; node != nullptr; last = node, node = inOrderSuccessor(node)) {
     if (node->prev != last || (last != nullptr && last->next != node)) return "the list is not the in-order sequence";
@@ -241,7 +245,7 @@ std::string ParensTree::validate() const {
       if (node->enclosing != nullptr) return "a cell at the root's pair";
     } else {
       if (node->enclosing == nullptr) return "no cell";
-      if (*node->enclosing != around.back()->key) return "a cell does not hold the nearest enclosing version";
+      if (node->enclosing->key != around.back()->key) return "a cell does not hold the nearest enclosing version";
       if (cellOf.try_emplace(around.back(), node->enclosing).first->second != node->enclosing) return "two cells";
       if (compare(last->key, node->key) != -1) return "not in the master's order";
     }

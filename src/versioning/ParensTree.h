@@ -4,8 +4,9 @@
 #include <set>
 #include <string>
 
-#include "versioning/ChunkedVector.h"
+#include "versioning/NumberedStore.h"
 #include "versioning/PTKey.h"
+#include "versioning/ParensTreeCell.h"
 #include "versioning/ParensTreeNode.h"
 
 namespace quorel {
@@ -20,7 +21,7 @@ namespace quorel {
 ///             (3) in a subset tree the cell of every node but the root pair's holds the `first` key of the nearest
 ///                 enclosing version of this tree.
 /// Threading:  no lock of its own; every use of a master tree and of its subset trees stands under globalStyleLock.
-/// Ownership:  nodes and cells live as long as the tree.
+/// Ownership:  nodes and cells are never freed.
 /// Cost:       a search is one key comparison a level, expected O(log n) of them, each expected O(log m) for a master
 ///             tree of m nodes; nothing is allocated by it.
 class ParensTree {
@@ -70,8 +71,8 @@ private:
   /// Settles the cells after a pair has been inserted.
   void enclose(ParensTreeNode* open, ParensTreeNode* close);
 
-  ChunkedVector<ParensTreeNode> nodes;
-  ChunkedVector<PTKey*> cells;  // what `enclosing` points to
+  NumberedStore<ParensTreeNode> nodes;
+  NumberedStore<ParensTreeCell> cells;
 };
 
 }  // namespace quorel

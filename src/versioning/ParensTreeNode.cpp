@@ -18,7 +18,7 @@ bool ParensTreeNode::isClose() const {
 void ParensTreeNode::debug_dump(std::ostream& out, std::set<void*>& visited) {
   if (!visited.insert(this).second) return;
   out << 'v' << this << " [label=\"ParensTreeNode\"]\n";
-  const auto edge = [&](auto* to, const char* attributes) {
+  const auto edge = [&]<class T>(ShortPointer<T> to, const char* attributes) {
     if (to == nullptr) return;
     out << 'v' << this << " -> v" << to << " [" << attributes << "]\n";
     to->debug_dump(out, visited);
@@ -28,7 +28,7 @@ void ParensTreeNode::debug_dump(std::ostream& out, std::set<void*>& visited) {
   edge(child[1], "label=\"1\"");
   edge(up, "label=\"up\",constraint=false");
   edge(key, "label=\"key\",constraint=false");
-  edge(enclosing == nullptr ? nullptr : *enclosing, "label=\"enclosing\",constraint=false");
+  if (enclosing != nullptr) edge(enclosing->key, "label=\"enclosing\",constraint=false");
   edge(prev, "label=\"prev\",constraint=false");
   edge(next, "label=\"next\",constraint=false");
 }

@@ -1,15 +1,19 @@
 #pragma once
 
+#include <cstdint>
 #include <iosfwd>
 #include <set>
 
-namespace quorel {
+#include "versioning/PTKey.h"
+#include "versioning/ParensTreeCell.h"
+#include "versioning/ShortPointer.h"
 
-class PTKey;
+namespace quorel {
 
 /// The place of one parenthesis in one ParensTree.
 /// Threading:  under globalStyleLock.
-/// Ownership:  its tree's.
+/// Ownership:  made by its tree, never freed.
+/// Cost:       32 bytes, two to a version in each tree.
 class ParensTreeNode {
 public:
   explicit ParensTreeNode(PTKey* ownKey) : key(ownKey) {}
@@ -20,15 +24,15 @@ public:
   /// Writes what can be reached from here as Graphviz statements, one a line; `visited` stops repetition.
   void debug_dump(std::ostream& out, std::set<void*>& visited);
 
-  ParensTreeNode* up = nullptr;
-  ParensTreeNode* child[2] = {nullptr, nullptr};  // what comes earlier, what comes later
-  ParensTreeNode* next = nullptr;                 // neighbours in the order of the whole tree
-  ParensTreeNode* prev = nullptr;
-  PTKey* key;
-  /// Holds the open parenthesis of the nearest version of this tree that strictly encloses this pair. All pairs
-  /// directly inside one version share the cell, so that one write moves them all. Null for the root's pair and in a
-  /// master tree.
-  PTKey** enclosing = nullptr;
+  ShortPointer<ParensTreeNode> up;
+  ShortPointer<ParensTreeNode> child[2];  // what comes earlier, what comes later
+  ShortPointer<ParensTreeNode> next;      // neighbours in the order of the whole tree
+  ShortPointer<ParensTreeNode> prev;
+  ShortPointer<PTKey> key;
+  /// Holds the open parenthesis of the nearest version of this tree that strictly encloses this pair. Null for the
+  /// root's pair and in a master tree.
+  ShortPointer<ParensTreeCell> enclosing;
+  std::uint32_t number = 0;
 };
 
 }  // namespace quorel

@@ -50,8 +50,8 @@ int compareByAscent(const ParensTreeNode* a, const ParensTreeNode* b) {
 
 ParensTreePath::ParensTreePath(const ParensTreeNode* end) : node(end), steps(Steps{1} << 127) {
   for (const ParensTreeNode* below = end; below->up != nullptr; below = below->up) {
-    const bool right = below == below->up->child[1];
-    if (!right && below != below->up->child[0]) [[unlikely]] {
+    const bool right = ShortPointer(below) == below->up->child[1];
+    if (!right && ShortPointer(below) != below->up->child[0]) [[unlikely]] {
       reportDamage(below);
       continue;
     }

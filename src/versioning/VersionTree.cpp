@@ -16,8 +16,8 @@ Version* VersionTree::newVersion(Version* parent) {
 }
 
 Version* VersionTree::makeVersion(Version* parent) {
-  PTKey& open = keys.emplace_back();
-  PTKey& close = keys.emplace_back();
+  PTKey& open = keys.make();
+  PTKey& close = keys.make();
   return &versions.emplace_back(parent, open, close, versions.size());
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "versioning/ChunkedVector.h"
+#include "versioning/NumberedStore.h"
 #include "versioning/PTKey.h"
 #include "versioning/ParensTree.h"
 #include "versioning/Version.h"
@@ -25,7 +26,7 @@ private:
   Version* makeVersion(Version* parent);
 
   ChunkedVector<Version> versions;
-  ChunkedVector<PTKey> keys;
+  NumberedStore<PTKey> keys;
 };
 
 }  // namespace quorel

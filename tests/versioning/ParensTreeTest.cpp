@@ -180,46 +180,50 @@ TEST(ParensTree, aLargeTreeStaysShallowEnoughForOnePathRecord) {
 }
 
 /// A path of the given number of nodes, each hanging on the given side of the one before.
-std::vector<ParensTreeNode> degenerateTree(int size, int side) {
-  std::vector<ParensTreeNode> nodes(size, ParensTreeNode(nullptr));
-  for (int i = 1; i < size; ++i) {
-    nodes[i].up = &nodes[i - 1];
-    nodes[i - 1].child[side] = &nodes[i];
+std::vector<ParensTreeNode*> degenerateTree(NumberedStore<ParensTreeNode>& store, int size, int side) {
+  std::vector<ParensTreeNode*> nodes = {&store.make(nullptr)};
+  while (static_cast<int>(nodes.size()) < size) {
+    ParensTreeNode& node = store.make(nullptr);
+    node.up = nodes.back();
+    nodes.back()->child[side] = &node;
+    nodes.push_back(&node);
   }
   return nodes;
 }
 
 TEST(ParensTreePath, ordersNodesAtAnyDepth) {
   for (const int side : {0, 1}) {
-    std::vector<ParensTreeNode> nodes = degenerateTree(400, side);
+    NumberedStore<ParensTreeNode> store;
+    const std::vector<ParensTreeNode*> nodes = degenerateTree(store, 400, side);
     // A fork far below the reach of the record.
-    ParensTreeNode fork(nullptr);
-    fork.up = &nodes[300];
-    nodes[300].child[1 - side] = &fork;
+    ParensTreeNode& fork = store.make(nullptr);
+    fork.up = nodes[300];
+    nodes[300]->child[1 - side] = &fork;
     const int later = side == 1 ? 1 : -1;
     for (int i = 0; i < 400; i += 6) {
       for (int j = 0; j < 400; j += 6) {
         const int expected = i == j ? 0 : i < j ? -later : later;
-        ASSERT_EQ(compare(ParensTreePath(&nodes[i]), ParensTreePath(&nodes[j])), expected) << i << ' ' << j;
+        ASSERT_EQ(compare(ParensTreePath(nodes[i]), ParensTreePath(nodes[j])), expected) << i << ' ' << j;
       }
       // The fork stands on the other side of the node that it hangs from, and so on that side of all below.
-      ASSERT_EQ(compare(ParensTreePath(&fork), ParensTreePath(&nodes[i])), i < 300 ? later : -later) << i;
+      ASSERT_EQ(compare(ParensTreePath(&fork), ParensTreePath(nodes[i])), i < 300 ? later : -later) << i;
     }
   }
 }
 
 TEST(ParensTreePath, reportsANodeThatItsParentDoesNotKnow) {
-  std::vector<ParensTreeNode> nodes = degenerateTree(3, 1);
-  nodes[0].child[1] = nullptr;
+  NumberedStore<ParensTreeNode> store;
+  const std::vector<ParensTreeNode*> nodes = degenerateTree(store, 3, 1);
+  nodes[0]->child[0] = nodes[2];
+  nodes[0]->child[1] = nullptr;
   testing::internal::CaptureStderr();
-  const ParensTreePath damaged(&nodes[2]);
+  const ParensTreePath damaged(nodes[2]);
   std::ostringstream expected;
-  expected << "ParensTreeNode: this=" << &nodes[1] << "\n                parent=" << &nodes[0]
-           << "\n                parent->left=" << nodes[0].child[0]
-           << "\n                parent->right=" << nodes[0].child[1] << '\n';
+  expected << "ParensTreeNode: this=" << nodes[1] << "\n                parent=" << nodes[0]
+           << "\n                parent->left=" << nodes[2] << "\n                parent->right=0\n";
   EXPECT_EQ(testing::internal::GetCapturedStderr(), expected.str());
   // The step that is given up is missing, those below it count.
-  EXPECT_EQ(compare(damaged, ParensTreePath(&nodes[0])), 1);
+  EXPECT_EQ(compare(damaged, ParensTreePath(nodes[0])), 1);
 }
 
 TEST(ParensTree, dumpNamesEveryObjectOnceAndEveryLinkOfIt) {
