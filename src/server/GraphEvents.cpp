@@ -42,12 +42,14 @@ void NewVertexStyle::execute(GraphProxy& proxy) {
 }
 
 void ChangeVertexStyle::execute(GraphProxy& proxy) {
+  const std::lock_guard<MultiLockable> hold(globalStyleLock);
   GraphProxy::Vertex* changed = proxy.vertexOf(vertex);
   const VertexStyle* followed = proxy.vertexStyleOf(style);
   if (changed != nullptr && followed != nullptr) changed->style = VertexStyle::following(*followed);
 }
 
 void ChangeEdgeStyle::execute(GraphProxy& proxy) {
+  const std::lock_guard<MultiLockable> hold(globalStyleLock);
   GraphProxy::Edge* changed = proxy.edgeOf(edge);
   const EdgeStyle* followed = proxy.edgeStyleOf(style);
   if (changed != nullptr && followed != nullptr) changed->style = EdgeStyle::following(*followed);

@@ -1,6 +1,5 @@
 #include "server/GraphProxy.h"
 
-#include <cstdlib>
 #include <iostream>
 #include <mutex>
 
@@ -25,9 +24,9 @@ namespace {
 constexpr int firstFreshId = 0x40000000;
 
 template <class Map>
-int freshId(const Map& map) {
+int freshId(RandomNumbers& numbers, const Map& map) {
   for (;;) {
-    const int id = firstFreshId + static_cast<int>(random() & 0x3fffffff);
+    const int id = firstFreshId + (numbers.next() & 0x3fffffff);
     if (!map.contains(id)) return id;
   }
 }
@@ -146,7 +145,7 @@ EdgeStyle* GraphProxy::edgeStyleOf(int id) const {
 
 int GraphProxy::tessarel_new_vertex() {
   const std::lock_guard<MultiLockable> hold(*this);
-  const int id = freshId(vertices);
+  const int id = freshId(numbers, vertices);
   vertices.emplace(id, nullptr);
   post(new NewVertex(id));
   return id;
@@ -172,7 +171,7 @@ int GraphProxy::tessarel_new_edge(int first, int second) {
     return refuse(hold, "tessarel_new_edge(", first, ", ", second,
                   "): Sorry, self-edges not allowed yet.  Submit a feature request?");
   }
-  const int id = freshId(edges);
+  const int id = freshId(numbers, edges);
   edges.emplace(id, nullptr);
   post(new NewEdge(id, first, second));
   return id;
@@ -269,7 +268,7 @@ int GraphProxy::tessarel_new_vertex_style(int parent) {
   if (!isStyle(vertexStyles, parent)) {
     return refuse(hold, "tessarel_new_vertex_style(", parent, "): Unknown vertex style (", parent, ")");
   }
-  const int id = freshId(vertexStyles);
+  const int id = freshId(numbers, vertexStyles);
   vertexStyles.emplace(id, nullptr);
   post(new NewVertexStyle(id, parent));
   return id;
@@ -326,7 +325,7 @@ int GraphProxy::tessarel_new_edge_style(int parent) {
   std::unique_lock hold(whole);
   const EdgeStyle* above = edgeStyleOf(parent);
   if (above == nullptr) return refuse(hold, "tessarel: Unknown edge style (", parent, ")");
-  const int id = freshId(edgeStyles);
+  const int id = freshId(numbers, edgeStyles);
   edgeStyles.emplace(id, newStyleBelow(*above));
   return id;
 }

@@ -6,6 +6,7 @@
 
 #include "animator/GraphUpdater.h"
 #include "concurrency/MultiLockable.h"
+#include "concurrency/RandomNumbers.h"
 #include "layout/LayoutSchema.h"
 #include "server/Turnstile.h"
 
@@ -114,6 +115,7 @@ private:
   void deleteStyles();
 
   Turnstile layoutEntrance;
+  RandomNumbers numbers;  // where fresh ids come from; guarded by the proxy's lock
 };
 
 /// The one proxy, written once before the server thread starts.

@@ -32,6 +32,9 @@ constexpr int backlog = 128;
 /// The parser needs about 400 bytes of stack a level of nesting and the library a few thousand for a value.
 constexpr std::size_t handlerStackBytes = 1 << 20;
 
+/// Longest request. A batch of some sixteen thousand calls fits; more would only let one client take more memory.
+constexpr std::size_t longestRequestBytes = std::size_t{4} << 20;
+
 /// How long a connection may be silent, within a request or between two, and how long it may leave an answer unread,
 /// before its thread is wanted back.
 constexpr unsigned int patienceSeconds = 15;
@@ -116,6 +119,7 @@ void refusePages(void*, TSession* session, abyss_bool* handled) {
 XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint16_t port) {
   // The library writes to connections that the client may have closed.
   std::signal(SIGPIPE, SIG_IGN);
+  xmlrpc_limit_set(XMLRPC_XML_SIZE_LIMIT_ID, longestRequestBytes);
   const char* error = nullptr;
   AbyssInit(&error);
   if (error == nullptr) {

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <climits>
 #include <memory>
+#include <set>
 #include <thread>
 #include <vector>
 
@@ -253,8 +254,20 @@ TEST_F(HttpTest, requestsThatAreNoCallsAreTurnedAway) {
   }
 }
 
-TEST_F(HttpTest, aRequestTooLongIsTurnedAway) {
-  const std::string answer = HttpClient(port()).post(callOf("tessarel.clear", std::string(600000, ' ')));
+TEST_F(HttpTest, verticesMadeByRequestsOfOneSecondDoNotCoincide) {
+  // The parser of the requests seeds the process-wide generator with the time.
+  std::set<float> places;
+  for (int id = 1; id <= 20; ++id) {
+    EXPECT_EQ(call("tessarel.new_vertex_w_id", arguments(id)), 0);
+    proxy.poll();
+    places.insert(proxy.vertexOf(id)->position[0]);
+  }
+  EXPECT_EQ(places.size(), 20U);
+}
+
+TEST_F(HttpTest, aLongBatchIsServedAndATooLongRequestTurnedAway) {
+  EXPECT_EQ(call("tessarel.clear", std::string(4000000, ' ')), 0);
+  const std::string answer = HttpClient(port()).post(callOf("tessarel.clear", std::string(5000000, ' ')));
   EXPECT_NE(answer.find("XML-RPC request too large"), std::string::npos) << answer;
   expectToServe();
 }
