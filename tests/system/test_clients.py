@@ -9,6 +9,7 @@ from support.program import URL
 
 CLIENTS = 16
 CALLS = 250
+LAYOUT_WARNINGS = r"^(@@|\*\*\*\*|Particle)"
 CONTESTED = range(1000000, 1000060)
 
 
@@ -93,6 +94,7 @@ def test_sixteen_clients_hear_what_they_would_hear_alone(program, graph, settled
         assert left == sorted(model.edges)
         left = [number for number in range(model.base, model.base + 40) if graph.remove_vertex(number) == 0]
         assert left == sorted(model.vertices)
+    assert program.errors.matching(LAYOUT_WARNINGS) == []
 
 
 def test_an_object_removed_between_the_check_and_its_event_is_dropped_quietly(program, graph):
@@ -120,3 +122,4 @@ def test_an_object_removed_between_the_check_and_its_event_is_dropped_quietly(pr
         thread.join(30)
     assert not any(thread.is_alive() for thread in threads)
     assert program.alive() and graph.clear() == 0
+    assert program.errors.matching(LAYOUT_WARNINGS) == []

@@ -79,6 +79,7 @@ def test_a_way_out_ends_with_its_status(display, way, busy):
             callers.wait_until_busy()
         leave(program, display)
         assert program.wait() == status
+        assert program.errors.lines == []
         if callers:
             callers.join()
 
