@@ -33,8 +33,7 @@ class FrameMoments;
 ///             (2) the line state of OpenGL is solid and of width 1 between two edges;
 ///             (3) `pick_vertices` is empty but for the time of a pick.
 /// Threading:  the main thread only, except for `stillness`. While the workers of a parallel step run, drawing reads of
-/// a
-///             vertex only what `GraphLayout::drawnState` gives and `finishedAcceleration`.
+///             a vertex only what `GraphLayout::drawnState` gives and `finishedAcceleration`.
 /// Ownership:  neither the layouts nor the updaters are owned; the animator itself is never destroyed.
 /// Units:      angles in degrees, times in seconds, speeds in layout units a time unit of the layout.
 template <class GraphLayout>
@@ -173,7 +172,7 @@ private:
   void yieldToClients();
   void setProjection();
   void setCamera();
-  void displayLayout(LayoutEntry& entry, bool step);
+  int displayLayout(LayoutEntry& entry, bool step);
   void stepAndDraw(GraphLayout* layout);
 
   // The drawing pass.

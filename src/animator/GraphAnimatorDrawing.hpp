@@ -30,7 +30,7 @@ void GraphAnimator<GraphLayout>::drawGraph(GraphLayout* layout) {
   edge_length_count = 0;
   vertex_count = 0;
   max_speed = 0.0;
-  needs_spline_update = false;
+  if (!selecting) needs_spline_update = false;
   FrameMoments moments(layout->covariance, layout->mean);
 
   painter().begin();

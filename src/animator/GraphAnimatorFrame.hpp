@@ -149,10 +149,7 @@ void GraphAnimator<GraphLayout>::Display(bool step) {
   drawAxes();
 
   int total = 0;
-  for (LayoutEntry& entry : layouts) {
-    displayLayout(entry, step);
-    total += entry.layout->numVertices();
-  }
+  for (LayoutEntry& entry : layouts) total += displayLayout(entry, step);
   vps = total / timer.wallSeconds();
   glFlush();
 }
@@ -180,10 +177,10 @@ void GraphAnimator<GraphLayout>::setCamera() {
   glRotated(angle_z, 0.0, 0.0, 1.0);
 }
 
-/// Draws one layout in its place and steps it. The layout is held throughout: a client's `clear` would otherwise change
-/// step size and centroid under our hands.
+/// Draws one layout in its place and steps it. Returns the number of its vertices. The layout is held throughout: a
+/// client's `clear` would otherwise change step size and centroid under our hands.
 template <class GraphLayout>
-void GraphAnimator<GraphLayout>::displayLayout(LayoutEntry& entry, bool step) {
+int GraphAnimator<GraphLayout>::displayLayout(LayoutEntry& entry, bool step) {
   GraphLayout* layout = entry.layout;
   const std::lock_guard held(*layout);
   const Vector centroid = layout->centroid;
@@ -196,8 +193,10 @@ void GraphAnimator<GraphLayout>::displayLayout(LayoutEntry& entry, bool step) {
     if (entry.stepping && step) layout->step();
     if (drawing) drawGraph(layout);
   }
+  const int vertexCount = layout->numVertices();
   glPopMatrix();
   if (needs_spline_update) layout->updateSplines();
+  return vertexCount;
 }
 
 /// The parallel step: the workers compute while this thread draws.

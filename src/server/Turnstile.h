@@ -14,9 +14,8 @@ namespace quorel {
 /// The main thread gives the layout back for microseconds between two steps, too short for a thread that sleeps on the
 /// mutex to wake and take it; by itself it would starve. The main thread goes through here once a frame like everybody
 /// else, and so stands behind those who came during the frame.
-/// Invariants: (1) one thread at most is past the queue without holding the lock; (2) a thread with the lock, however
-/// it
-///             came by it, does not enter.
+/// Invariants: (1) one thread at most is past the queue without holding the lock;
+///             (2) a thread with the lock, however it came by it, does not enter.
 /// Threading:  any thread. Between the queue and the lock there is nobody but those who take the lock directly.
 /// Ownership:  refers to the lock, which outlives it.
 /// Cost:       O(1); one wake-up a waiter.

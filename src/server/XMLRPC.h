@@ -18,8 +18,7 @@ inline constexpr char callerAgent[] = "Tessarel_Server/1.0";
 /// The client side: calls to servers of other programs, each on a thread of a small pool.
 /// Threading: `call_asynch` on the main thread only.
 /// Ownership: one object, made by a static initialiser and never destroyed. At the end of the process it gives back
-/// what
-///            no call in flight still uses.
+///            what no call in flight still uses.
 class XMLRPC {
 public:
   XMLRPC();

@@ -21,8 +21,7 @@ namespace quorel {
 ///             (2) no read returns a value from before a finished `set`.
 /// Threading:  no lock of its own; reading writes to the cache, so `get` and `set` both stand under globalStyleLock.
 /// Ownership:  holds the values, which are never removed.
-/// Cost:       `set` is O(1) at a version that has a value, else two insertions into `parens`; `get` is an array
-/// look-up
+/// Cost:       `set` is O(1) at a version that has a value, else two insertions into `parens`; `get` is an array access
 ///             for what was read since the last change above it, else a short walk up to something that was, and never
 ///             more than one search in `parens`.
 template <class T>
