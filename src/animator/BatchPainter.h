@@ -16,8 +16,9 @@ namespace quorel {
 /// The depth test makes that the picture of drawing all in order, but where two pieces lie at exactly equal depth:
 /// there the first one stands. A stray pixel of that kind needs a coincidence of one in ten million. It is no
 /// coincidence where a line runs parallel to the picture, as in a flat graph seen from the front, since text does so
-/// always: such lines, and curves, draw everything that came before them first. Threading:  the main thread. Cost: O(1)
-/// a piece, and a few changes of state a batch.
+/// always: such lines, and curves, draw everything that came before them first.
+/// Threading:  the main thread.
+/// Cost:       O(1) a piece, and a few changes of state a batch.
 class BatchPainter final : public Painter {
 public:
   /// The renderer of curves is not owned.

@@ -35,9 +35,10 @@ struct VertexAttributes {
 VertexAttributes& vertexAttributes();
 
 /// A handle on a version of the tree of vertices: a style, or what a vertex holds. The values stand in
-/// vertexAttributes(). Invariants: `shared` says that the version is somebody else's; it is exchanged for a child of it
-/// on the first write. Threading:  every use stands under globalStyleLock. Ownership:  a plain value; the version is
-/// never freed.
+/// vertexAttributes().
+/// Invariants: `shared` says that the version is somebody else's; it is exchanged for a child of it on the first write.
+/// Threading:  every use stands under globalStyleLock.
+/// Ownership:  a plain value; the version is never freed.
 class VertexStyle {
 public:
   using Vector = VertexAttributes::Vector;
