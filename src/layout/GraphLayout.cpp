@@ -83,6 +83,7 @@ template <class Schema>
 auto GraphLayout<Schema>::newVertex() -> Vertex* {
   const std::lock_guard<MultiLockable> hold(*this);
   auto* vertex = new Vertex(*this);
+  arrays.invalidate();
   place(*vertex, this->randomPosition());
   vertex->style = VertexStyle::following(defaultVertexStyle);
   graphChanged();
@@ -93,6 +94,7 @@ template <class Schema>
 auto GraphLayout<Schema>::newVertex(float x, float y, float z) -> Vertex* {
   const std::lock_guard<MultiLockable> hold(*this);
   auto* vertex = new Vertex(*this);
+  arrays.invalidate();
   place(*vertex, {x, y, z});
   vertex->style = VertexStyle::following(defaultVertexStyle);
   return vertex;
@@ -102,6 +104,7 @@ template <class Schema>
 auto GraphLayout<Schema>::newVertexNear(Vertex* near) -> Vertex* {
   const std::lock_guard<MultiLockable> hold(*this);
   auto* vertex = new Vertex(*this);
+  arrays.invalidate();
   place(*vertex, randomPositionAbout(near->position, pairDistance));
   vertex->style = VertexStyle::following(defaultVertexStyle);
   return vertex;
@@ -118,6 +121,7 @@ auto GraphLayout<Schema>::newEdge(Vertex* source, Vertex* target) -> Edge* {
     target->start.position = target->position;
   }
   auto* edge = new Edge(source, target);
+  arrays.invalidate();
   edge->style = EdgeStyle::following(defaultEdgeStyle);
   graphChanged();
   return edge;
@@ -127,6 +131,7 @@ template <class Schema>
 void GraphLayout<Schema>::vertexDestroyed(Vertex* vertex) {
   const std::lock_guard<MultiLockable> hold(*this);
   Graph<Schema>::vertexDestroyed(vertex);
+  arrays.invalidate();
   graphChanged();
 }
 
@@ -134,6 +139,7 @@ template <class Schema>
 void GraphLayout<Schema>::edgeDestroyed(Edge* edge) {
   const std::lock_guard<MultiLockable> hold(*this);
   if (knots.contains(edge)) clearKnots(edge);
+  arrays.invalidate();
   graphChanged();
 }
 

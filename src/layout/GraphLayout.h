@@ -9,7 +9,9 @@
 #include "layout/BarnesHutRepulsionCalculator.h"
 #include "layout/Edge.h"
 #include "layout/Graph.h"
+#include "layout/GraphArrays.h"
 #include "layout/LayoutSchema.h"
+#include "layout/RepulsionField.h"
 #include "layout/Vertex.h"
 #include "versioning/EdgeStyle.h"
 #include "versioning/VertexStyle.h"
@@ -44,6 +46,8 @@ public:
   using BarnesHutRepulsionCalculator = quorel::BarnesHutRepulsionCalculator<Vertex>;
   using Spacetree = typename BarnesHutRepulsionCalculator::Spacetree;
   using ParticleState = PointParticleState<float, 3>;
+  using Range = RepulsionField::Range;
+  using Scratch = RepulsionField::Scratch;
 
   class GraphLayoutTask;
   class LayoutTaskBase;
@@ -104,6 +108,12 @@ public:
   /// `iterator` holds the root's position on entry and is empty on return. Bad numbers are reported and dropped.
   void calculateForcesOnVertex(Vertex* v, typename Spacetree::Iterator& iterator);
 
+  /// The tree of all vertices, in memory of the layout: no two of these live at a time. The caller holds the lock.
+  BarnesHutRepulsionCalculator buildTree();
+
+  /// What `calculateForcesOnVertex` does with `parallel` on, for a run of vertices in leaf order and in a fraction of
+  /// the time: the same pairs, summed up in another order.
+  void calculateForces(const BarnesHutRepulsionCalculator& calculator, Range range, Scratch& scratch);
   /// Styles of new vertices, edges and knots become fresh ones without attributes of their own.
   void resetDefaultStyles();
 
@@ -166,12 +176,26 @@ public:
   float springConstant;
 
 private:
+  using Arrays = typename BarnesHutRepulsionCalculator::Arrays;
+  using Memory = typename BarnesHutRepulsionCalculator::Memory;
   void refreshSpringConstant();
   void copyStartState();
   void makeThreadPool();
   void evaluateForcesSerially();
   void stepEuler(float dt);
   void makeKnots(Edge* edge);
+
+  /// `calculateForces` for all vertices in set order with `parallel` off.
+  void calculateForcesSerially(const BarnesHutRepulsionCalculator& calculator);
+
+  void addDrag(Vertex& vertex) const;
+  /// Drops a force that is not finite and cuts one that is too large.
+  void checkForce(Vertex& vertex);
+  TinyVector<float, 3> springForce(const typename Arrays::Spring& spring, const TinyVector<float, 3>& source,
+                                   const TinyVector<float, 3>& target) const;
+
+  Arrays arrays;
+  Memory memory;
 };
 
 extern template class GraphLayout<LayoutSchema>;

@@ -1,8 +1,10 @@
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <cstdint>
 #include <iostream>
 #include <syncstream>
+#include <vector>
 
 #include "layout/GraphLayout.h"
 
@@ -25,8 +27,8 @@ float reciprocalRoot(float r) {
 }
 
 /// The force that an edge exerts on its source; its target feels the opposite.
-Vector springForce(const LayoutEdge& edge, const Vector& source, const Vector& target, float springConstant,
-                   float pairDistance) {
+Vector pullOf(const LayoutEdge& edge, const Vector& source, const Vector& target, float springConstant,
+              float pairDistance) {
   const float c = edge.strength * springConstant;
   Vector force = c * (target - source);
   if (edge.oriented) {
@@ -40,9 +42,36 @@ Vector springForce(const LayoutEdge& edge, const Vector& source, const Vector& t
 }  // namespace
 
 template <class Schema>
+void GraphLayout<Schema>::addDrag(Vertex& vertex) const {
+  const Vector drag = -friction * vertex.velocity;
+  if (isFinite(drag)) {
+    vertex.force += drag;
+  } else {
+    std::osyncstream(std::cerr) << "@@ Warning: vertex at " << vertex.position << " has nonfinite velocity "
+                                << vertex.velocity << '\n';
+  }
+}
+
+template <class Schema>
+void GraphLayout<Schema>::checkForce(Vertex& vertex) {
+  if (!isFinite(vertex.force)) {
+    std::osyncstream(std::cerr) << "@@ Warning: forces on vertex are " << vertex.force << '\n'
+                                << "@@ position = " << vertex.position << '\n';
+    vertex.force = {};
+    return;
+  }
+  const float magnitude = length(vertex.force);
+  if (magnitude > maxForce) {
+    vertex.force *= static_cast<float>(1.0 / double(magnitude));
+    vertex.force *= maxForce;
+    overshoot.store(true, std::memory_order_relaxed);
+  }
+}
+
+template <class Schema>
 void GraphLayout<Schema>::calculateForcesOnVertex(Vertex* v, typename Spacetree::Iterator& iterator) {
   const auto spring = [this](const Edge& edge) {
-    return springForce(edge, edge.source->position, edge.target->position, springConstant, pairDistance);
+    return pullOf(edge, edge.source->position, edge.target->position, springConstant, pairDistance);
   };
   for (Edge* edge : v->outEdges) {
     if (edge->hasKnots) continue;
@@ -56,13 +85,7 @@ void GraphLayout<Schema>::calculateForcesOnVertex(Vertex* v, typename Spacetree:
     }
   }
 
-  const Vector drag = -friction * v->velocity;
-  if (isFinite(drag)) {
-    v->force += drag;
-  } else {
-    std::osyncstream(std::cerr) << "@@ Warning: vertex at " << v->position << " has nonfinite velocity " << v->velocity
-                                << '\n';
-  }
+  addDrag(*v);
 
   const Vector x = v->position;
   const float ownCharge = v->charge;
@@ -90,21 +113,81 @@ void GraphLayout<Schema>::calculateForcesOnVertex(Vertex* v, typename Spacetree:
   }
   v->force = force;
 
-  if (!isFinite(v->force)) {
-    std::osyncstream(std::cerr) << "@@ Warning: forces on vertex are " << v->force << '\n'
-                                << "@@ position = " << v->position << '\n';
-    v->force = {};
-    return;
-  }
+  checkForce(*v);
+}
 
-  const float magnitude = length(v->force);
-  if (magnitude > maxForce) {
-    v->force *= static_cast<float>(1.0 / double(magnitude));
-    v->force *= maxForce;
-    overshoot.store(true, std::memory_order_relaxed);
+template <class Schema>
+Vector GraphLayout<Schema>::springForce(const typename Arrays::Spring& spring, const Vector& source,
+                                        const Vector& target) const {
+  if (spring.pull == Arrays::Pull::plain) return (spring.strength * springConstant) * (target - source);
+  return pullOf(*arrays.edges[spring.edge], source, target, springConstant, pairDistance);
+}
+
+template <class Schema>
+void GraphLayout<Schema>::calculateForces(const BarnesHutRepulsionCalculator& calculator, Range range,
+                                          Scratch& scratch) {
+  const auto& lent = *calculator.memory;
+  // Few enough to stay in the nearest cache between the two loops.
+  constexpr std::uint32_t blockSize = 4 * RepulsionField::groupSize;
+  Vector repulsion[blockSize];
+  for (std::uint32_t begin = range.begin; begin < range.end; begin += blockSize) {
+    const std::uint32_t end = std::min(begin + blockSize, range.end);
+    lent.field.repel({begin, end}, scratch, repulsion);
+    for (std::uint32_t place = begin; place < end; ++place) {
+      Vertex& vertex = *lent.leafOrder[place];
+      const Vector& x = arrays.positions[vertex.ordinal];
+      if (!isFinite(x)) {
+        typename Spacetree::Iterator iterator;
+        iterator.push(calculator.tree.rootPosition());
+        calculateForcesOnVertex(&vertex, iterator);
+        continue;
+      }
+      for (const auto& spring : arrays.outSprings(vertex.ordinal)) {
+        if (spring.pull == Arrays::Pull::none) continue;
+        vertex.force += springForce(spring, x, arrays.positions[spring.other]);
+      }
+      for (const auto& spring : arrays.inSprings(vertex.ordinal)) {
+        if (spring.pull == Arrays::Pull::none) continue;
+        vertex.force -= springForce(spring, arrays.positions[spring.other], x);
+      }
+      addDrag(vertex);
+      vertex.force += repulsion[place - begin];
+      checkForce(vertex);
+    }
   }
 }
 
+template <class Schema>
+void GraphLayout<Schema>::calculateForcesSerially(const BarnesHutRepulsionCalculator& calculator) {
+  const auto& lent = *calculator.memory;
+  std::vector<Vector> repulsion(lent.field.particleCount());
+  Scratch scratch(lent.field);
+  lent.field.repel({0, lent.field.particleCount()}, scratch, repulsion.data());
+  typename Spacetree::Iterator iterator;
+  for (Vertex* vertex : arrays.vertices) {
+    const std::uint32_t place = lent.leafPlace[vertex->ordinal];
+    if (place == Memory::noPlace || !isFinite(vertex->position)) {
+      iterator.push(calculator.tree.rootPosition());
+      calculateForcesOnVertex(vertex, iterator);
+      continue;
+    }
+    for (const auto& spring : arrays.outSprings(vertex->ordinal)) {
+      if (spring.pull == Arrays::Pull::none) continue;
+      const Vector force = springForce(spring, vertex->position, arrays.positions[spring.other]);
+      vertex->force += force;
+      arrays.vertices[spring.other]->force -= force;
+    }
+    addDrag(*vertex);
+    vertex->force += repulsion[place];
+    checkForce(*vertex);
+  }
+}
+
+template void GraphLayout<LayoutSchema>::addDrag(Vertex&) const;
+template void GraphLayout<LayoutSchema>::checkForce(Vertex&);
 template void GraphLayout<LayoutSchema>::calculateForcesOnVertex(Vertex*, Spacetree::Iterator&);
+template Vector GraphLayout<LayoutSchema>::springForce(const Arrays::Spring&, const Vector&, const Vector&) const;
+template void GraphLayout<LayoutSchema>::calculateForces(const BarnesHutRepulsionCalculator&, Range, Scratch&);
+template void GraphLayout<LayoutSchema>::calculateForcesSerially(const BarnesHutRepulsionCalculator&);
 
 }  // namespace quorel

@@ -75,12 +75,13 @@ void GraphLayout<Schema>::copyStartState() {
 template <class Schema>
 void GraphLayout<Schema>::evaluateForcesSerially() {
   refreshSpringConstant();
-  BarnesHutRepulsionCalculator calculator(this->vertices.begin(), this->vertices.end());
-  typename Spacetree::Iterator iterator;
-  for (Vertex* vertex : this->vertices) {
-    iterator.push(calculator.tree.rootPosition());
-    calculateForcesOnVertex(vertex, iterator);
-  }
+  calculateForcesSerially(buildTree());
+}
+
+template <class Schema>
+auto GraphLayout<Schema>::buildTree() -> BarnesHutRepulsionCalculator {
+  arrays.update(this->vertices);
+  return BarnesHutRepulsionCalculator(arrays, memory, forceConstant);
 }
 
 template <class Schema>
@@ -122,7 +123,7 @@ void GraphLayout<Schema>::parallelStep2(float dt, GraphLayoutTask* renderJob) {
   makeThreadPool();
   refreshSpringConstant();
   // One tree for all phases: the summaries stay those of the step's start.
-  BarnesHutRepulsionCalculator calculator(this->vertices.begin(), this->vertices.end());
+  BarnesHutRepulsionCalculator calculator = buildTree();
   std::vector<typename Spacetree::Iterator> chunks(chunkCount);
   splitSpacetree(calculator, chunks.data(), chunkCount);
 
@@ -189,27 +190,53 @@ void GraphLayout<Schema>::splitSpacetree(BarnesHutRepulsionCalculator& calculato
 }
 
 template <class Schema>
-template <class Visit>
-void GraphLayout<Schema>::LayoutTaskBase::forEachVertex(Visit visit) {
-  typename Spacetree::Iterator walk = positions;
-  while (!walk.empty()) {
-    const auto position = walk.pop();
+auto GraphLayout<Schema>::LayoutTaskBase::ranges() const -> std::vector<Range> {
+  const auto& lent = *calculator->memory;
+  std::vector<Range> found;
+  for (const auto& position : positions.stack) {
     if (position.isParticle()) {
-      visit(*position.particle());
-      ++verticesDone;
+      const std::uint32_t place = lent.leafPlace[position.particle()->ordinal];
+      found.push_back({place, place + 1});
     } else {
-      Spacetree::expand(position, walk);
+      found.push_back(lent.field.rangeBelow(position.node->layoutIndex));
     }
   }
+  std::ranges::sort(found, {}, &Range::begin);
+  // Subtrees of a chunk are mostly neighbours; longer runs make fuller groups.
+  std::vector<Range> joined;
+  for (const Range& range : found) {
+    if (!joined.empty() && joined.back().end == range.begin) {
+      joined.back().end = range.end;
+    } else if (range.begin != range.end) {
+      joined.push_back(range);
+    }
+  }
+  return joined;
 }
 
 template <class Schema>
 void GraphLayout<Schema>::LayoutTaskBase::evaluateForces() {
-  typename Spacetree::Iterator iterator;
-  forEachVertex([&](Vertex& vertex) {
-    iterator.push(calculator->tree.rootPosition());
-    layout->calculateForcesOnVertex(&vertex, iterator);
-  });
+  Scratch scratch(calculator->memory->field);
+  for (const Range& range : ranges()) {
+    layout->calculateForces(*calculator, range, scratch);
+    verticesDone += static_cast<int>(range.end - range.begin);
+  }
+}
+
+template <class Schema>
+template <class Visitor>
+void GraphLayout<Schema>::LayoutTaskBase::integrate(const Visitor& visitor) {
+  auto& lent = *calculator->memory;
+  for (const Range& range : ranges()) {
+    for (std::uint32_t place = range.begin; place < range.end; ++place) {
+      Vertex& vertex = *lent.leafOrder[place];
+      visitor(vertex);
+      // The next phase sees the vertex where it is now, in a tree that stays as it was.
+      layout->arrays.positions[vertex.ordinal] = vertex.position;
+      lent.field.moveParticle(place, vertex.position);
+    }
+    verticesDone += static_cast<int>(range.end - range.begin);
+  }
 }
 
 template <class Schema>
@@ -217,7 +244,7 @@ void GraphLayout<Schema>::LayoutTask_Euler::run() {
   if (this->phase == 0) {
     this->evaluateForces();
   } else if (this->phase == 1) {
-    this->forEachVertex(EulerVisitor(this->dt));
+    this->integrate(EulerVisitor(this->dt));
   }
   ++this->phase;
 }
@@ -237,16 +264,16 @@ void GraphLayout<Schema>::LayoutTask_RungeKutta::run() {
       forces();
       break;
     case 1:
-      this->forEachVertex(RKVisitor1(this->dt));
+      this->integrate(RKVisitor1(this->dt));
       break;
     case 3:
-      this->forEachVertex(RKVisitor2(this->dt));
+      this->integrate(RKVisitor2(this->dt));
       break;
     case 5:
-      this->forEachVertex(RKVisitor3(this->dt));
+      this->integrate(RKVisitor3(this->dt));
       break;
     case 7:
-      this->forEachVertex(RKVisitor4(this->dt));
+      this->integrate(RKVisitor4(this->dt));
       break;
     default:
       break;
@@ -264,6 +291,7 @@ template void GraphLayout<LayoutSchema>::copyStartState();
 template void GraphLayout<LayoutSchema>::makeThreadPool();
 template void GraphLayout<LayoutSchema>::evaluateForcesSerially();
 template void GraphLayout<LayoutSchema>::stepEuler(float);
+template GraphLayout<LayoutSchema>::BarnesHutRepulsionCalculator GraphLayout<LayoutSchema>::buildTree();
 template void GraphLayout<LayoutSchema>::splitSpacetree(BarnesHutRepulsionCalculator&, Spacetree::Iterator*, int);
 template void GraphLayout<LayoutSchema>::parallelStep2<GraphLayout<LayoutSchema>::LayoutTask_Euler>(float,
                                                                                                     GraphLayoutTask*);

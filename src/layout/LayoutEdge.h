@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "TinyVector.h"
 #include "versioning/EdgeStyle.h"
 
@@ -17,10 +19,12 @@ public:
   EdgeStyle style = EdgeStyle::following(globalEdgeStyle);
   /// The edge is drawn through knots: its chain carries the force, and its own spring is switched off.
   bool hasKnots = false;
+  bool oriented = false;
   float strength = 1.0F;
   TinyVector<float, 3> orientation{0.0F, 1.0F, 0.0F};
-  bool oriented = false;
-  /// Version at which the cached fields were last read; null before the first refresh. Only compared, never followed.
+  /// Index in the arrays of the layout; means nothing once the graph has changed.
+  std::uint32_t ordinal = 0;
+  /// Version at which the cached fields were last read; null before the first time. Only compared, never followed.
   const Version* refreshedVersion = nullptr;
 };
 

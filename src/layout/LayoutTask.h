@@ -1,5 +1,7 @@
 #pragma once
 
+#include <vector>
+
 #include "concurrency/Job.h"
 #include "layout/GraphLayout.h"
 
@@ -36,12 +38,16 @@ public:
   int phase;
 
 protected:
-  /// Calls `visit` with each vertex of the chunk and counts it.
-  template <class Visit>
-  void forEachVertex(Visit visit);
-
   /// The forces on each vertex of the chunk.
   void evaluateForces();
+
+  /// Moves each vertex of the chunk.
+  template <class Visitor>
+  void integrate(const Visitor& visitor);
+
+private:
+  /// The vertices of the chunk as runs of the leaf order.
+  std::vector<Range> ranges() const;
 };
 
 template <class Schema>

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+
 #include "TinyVector.h"
 #include "versioning/VertexStyle.h"
 
@@ -14,13 +16,15 @@ class Version;
 template <class Particle>
 class Layoutable : public Particle {
 public:
+  /// Index in the arrays of the layout; means nothing once the graph has changed.
+  std::uint32_t ordinal = 0;
+  /// Version at which `charge` was last read; null before the first time. Only compared, never followed.
+  const Version* refreshedVersion = nullptr;
   VertexStyle style = globalDefaultStyle;
   /// Cached `charge` attribute; refreshed at each tree build.
   float charge = 1.0F;
   /// `acceleration` at the end of the last finished step.
   TinyVector<float, 3> finishedAcceleration;
-  /// Version at which `charge` was last read; null before the first refresh. Only compared, never followed.
-  const Version* refreshedVersion = nullptr;
 
   /// The root of the vertex versions, and the handle from which every new vertex starts.
   static inline VertexStyle globalOriginalStyle;

@@ -9,7 +9,7 @@ namespace quorel {
 namespace {
 
 constexpr std::size_t firstBlockSlots = 256;
-constexpr std::size_t slotAlignment = alignof(std::max_align_t);
+constexpr std::size_t slotAlignment = alignof(void*);
 
 }  // namespace
 

@@ -76,6 +76,7 @@ template <class Class>
 class Pooled {
 public:
   static void* operator new(std::size_t bytes) {
+    static_assert(alignof(Class) <= alignof(void*), "slots are aligned for pointers");
     if (!pooled || bytes != sizeof(Class)) return ::operator new(bytes);
     return slotPool<sizeof(Class)>().allocate();
   }

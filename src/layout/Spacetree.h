@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <iostream>
 #include <memory>
+#include <new>
 #include <syncstream>
 #include <type_traits>
 #include <vector>
@@ -26,6 +27,7 @@ public:
   NodeArena& operator=(const NodeArena&) = delete;
 
   Node* make() {
+    ++made;
     if (block == blocks.size() || used == blocks[block].size) nextBlock();
     return new (blocks[block].memory.get() + sizeof(Node) * used++) Node();
   }
@@ -33,6 +35,19 @@ public:
   void clear() {
     block = 0;
     used = 0;
+    made = 0;
+  }
+
+  std::size_t size() const { return made; }
+
+  template <class Visit>
+  void forEach(Visit visit) {
+    for (std::size_t b = 0; b < blocks.size() && b <= block; ++b) {
+      const std::size_t end = b == block ? used : blocks[b].size;
+      for (std::size_t i = 0; i < end; ++i) {
+        visit(*std::launder(reinterpret_cast<Node*>(blocks[b].memory.get() + sizeof(Node) * i)));
+      }
+    }
   }
 
 private:
@@ -54,6 +69,7 @@ private:
   std::vector<Block> blocks;
   std::size_t block = 0;
   std::size_t used = 0;
+  std::size_t made = 0;
 };
 
 /// A node of the octree: a summary of the particles that were inserted through it, and its children.
@@ -120,11 +136,13 @@ public:
   int count = 0;
   bool isInternal = false;
   float diagonal = 0.0F;
+  /// The number that the vector form of the tree gave to this node.
+  std::uint32_t layoutIndex = 0;
   std::array<void*, slotCount> children{};
 
 private:
   template <class, class>
-  friend class Spacetree;
+  friend class BulkInsertion;
 
   void insertIntoOctant(Box& box, Particle* particle, int depth, Arena& arena);
   void split(Box& box, Particle* particle, int oldDepth, int newDepth, Arena& arena);
@@ -133,9 +151,10 @@ private:
 /// Octree over particles in a fixed box, built from scratch for each force evaluation. Leaves hold up to eight.
 ///
 /// Particle needs `position` and `charge`. The tree is also the list of work that the parallel step is cut from, and
-/// can be drawn. Threading:  built by one thread; walked by any number at once, each with its own Iterator. Ownership:
-/// points to the particles and owns its nodes, which all go at once. Cost:       insertion O(depth), which is O(log n)
-/// for particles spread evenly.
+/// can be drawn.
+/// Threading:  built by one thread; walked by any number at once, each with its own Iterator.
+/// Ownership:  points to the particles and owns its nodes, which all go at once.
+/// Cost:       insertion O(depth), which is O(log n) for particles spread evenly.
 template <class Summary, class Particle>
 class Spacetree {
 public:
@@ -178,6 +197,14 @@ public:
   /// and the particle is left out; false then.
   bool insert(Particle* particle);
 
+  /// Drops all nodes but an empty root.
+  void clear() {
+    arena.clear();
+    root = arena.make();
+  }
+
+  std::size_t nodeCount() const { return arena.size(); }
+
   TreePosition rootPosition() const { return {rootBox, root, TreePosition::wholeNode}; }
 
   /// Pushes what a node consists of: its child nodes in octant order, or the particles of a leaf in slot order. Popping
@@ -188,6 +215,12 @@ public:
   const char* validate() const;
 
 private:
+  template <class, class>
+  friend class BulkInsertion;
+
+  /// Whether a particle may go into the tree; reported if not.
+  bool accepts(const Particle& particle) const;
+
   typename Node::Arena arena;
 
 public:
@@ -236,11 +269,16 @@ void SpacetreeNode<Summary, Particle>::split(Box& box, Particle* particle, int o
 }
 
 template <class Summary, class Particle>
+bool Spacetree<Summary, Particle>::accepts(const Particle& particle) const {
+  // A number that is none, or infinite, is in no box.
+  if (rootBox.contains(particle.position)) return true;
+  std::osyncstream(std::cerr) << "Particle position not finite or outside root box: " << particle.position << '\n';
+  return false;
+}
+
+template <class Summary, class Particle>
 bool Spacetree<Summary, Particle>::insert(Particle* particle) {
-  if (!isFinite(particle->position) || !rootBox.contains(particle->position)) {
-    std::osyncstream(std::cerr) << "Particle position not finite or outside root box: " << particle->position << '\n';
-    return false;
-  }
+  if (!accepts(*particle)) return false;
   Box box = rootBox;
   root->addToSummary(*particle, box);
   root->insert_without_summarize(box, particle, 1, arena);

@@ -1,0 +1,177 @@
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "TinyVector.h"
+#include "layout/HilbertCurve.h"
+
+namespace quorel {
+
+/// The octree of a force evaluation in the form in which the vector units like it, and the repulsion computed from it.
+///
+/// The particles stand in leaf order, along a Hilbert curve, so that neighbours in memory are neighbours in space, and
+/// any subtree is one run of them. Sixteen at a time walk the tree together: a node that some accept is noted with the
+/// set of those, and the rest go on below it. What was noted is then summed sixteen lanes wide. Each particle applies
+/// the opening test by itself, so it interacts with the very nodes and particles that a walk of its own would find,
+/// summed in another order. Widths and instruction sets make no difference to the result, bit for bit: a lane is a
+/// particle, whatever the number of lanes in a register.
+/// Invariants: (1) the children of a node stand side by side, behind the node;
+///             (2) `sources` holds the particles first, in leaf order, and the nodes from `nodeBase` on.
+/// Threading:  laid out by one thread; `repel` may then run on any number, each with a Scratch of its own, while
+///             `moveParticle` is called by nobody, or the other way round.
+/// Ownership:  refers to nothing of the tree it was made from.
+/// Cost:       layOut O(n); repel O(log n) a particle.
+class RepulsionField {
+public:
+  /// What a pair force needs to know of a node or particle: where it is, and minus the force constant times its charge.
+  struct Source {
+    float x;
+    float y;
+    float z;
+    float weight;
+  };
+
+  struct Node {
+    Source source;
+    float squaredDiagonal;
+    /// The place of the first child or, in a leaf, of the first particle.
+    std::uint32_t first;
+    std::uint16_t childCount;
+    std::uint16_t particleCount;
+    std::uint32_t isLeaf;
+  };
+
+  /// Particles and nodes stand in one array: a particle takes one place, a node these.
+  static constexpr std::uint32_t placesOfNode = sizeof(Node) / sizeof(Source);
+
+  /// Members of a group, and bits in a set of them.
+  static constexpr std::uint32_t groupSize = 16;
+
+  /// A run of particles in leaf order.
+  struct Range {
+    std::uint32_t begin;
+    std::uint32_t end;
+  };
+
+  /// A pair force that some members of a group feel.
+  struct Interaction {
+    std::uint32_t source;
+    std::uint32_t members;
+  };
+
+  /// Memory for one walk at a time.
+  class Scratch {
+  public:
+    explicit Scratch(const RepulsionField& field);
+
+    // Lists of nodes or sources (low half) with the set of members that they concern (high half): the nodes of a level
+    // of the tree, those of the next, opened leaves, and what some members interact with. `shared` is what all do.
+    std::unique_ptr<std::uint64_t[]> level;
+    std::unique_ptr<std::uint64_t[]> below;
+    std::unique_ptr<std::uint64_t[]> leaves;
+    std::unique_ptr<std::uint32_t[]> shared;
+    std::unique_ptr<std::uint64_t[]> partial;
+    std::size_t sharedCount = 0;
+    std::size_t partialCount = 0;
+  };
+
+  /// Lays out `tree`, which has `nodeCount` nodes and at most `particleLimit` particles. `place(particle, index)` is
+  /// called for each particle with its place in leaf order. Node charges are those summed up in the tree, particle
+  /// charges those of now.
+  template <class Tree, class Place>
+  void layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, float forceConstant, Place place);
+
+  std::uint32_t particleCount() const { return particles; }
+
+  /// The particles below a node of the tree, by the number that `layOut` gave it.
+  Range rangeBelow(std::uint32_t node) const;
+
+  /// A particle goes elsewhere while the nodes stay as they are: what a stage of a step does.
+  void moveParticle(std::uint32_t index, const TinyVector<float, 3>& position) {
+    places[index].x = position[0];
+    places[index].y = position[1];
+    places[index].z = position[2];
+  }
+
+  /// The repulsion on each particle of the range, which may be put anywhere. Where a particle's position is not finite
+  /// the result is none.
+  void repel(Range range, Scratch& scratch, TinyVector<float, 3>* forces) const;
+
+  /// The interactions of the members of one group, at most sixteen particles, as `repel` finds them. For tests and
+  /// statistics.
+  std::vector<Interaction> interactions(Range group, Scratch& scratch) const;
+
+  const Source& source(std::uint32_t place) const { return places[place]; }
+
+  static const Node& nodeAt(const Source* places, std::uint32_t place) {
+    return reinterpret_cast<const Node&>(places[place]);
+  }
+
+private:
+  friend struct RepulsionKernels;
+
+  std::uint32_t particles = 0;
+  std::uint32_t root = 0;
+  std::size_t nodeCount = 0;
+  std::vector<Source> places;
+  std::vector<float> charges;
+};
+
+template <class Tree, class Place>
+void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, float forceConstant,
+                            Place place) {
+  struct Entry {
+    typename Tree::Node* node;
+    std::uint32_t place;
+    std::uint32_t state;
+  };
+
+  nodeCount = treeNodes;
+  root = static_cast<std::uint32_t>((particleLimit + placesOfNode - 1) / placesOfNode * placesOfNode);
+  places.resize(root + placesOfNode * nodeCount);
+  charges.resize(particleLimit);
+  particles = 0;
+  std::uint32_t end = root + placesOfNode;
+  std::vector<Entry> stack{{tree.root, root, 0}};
+  while (!stack.empty()) {
+    const Entry entry = stack.back();
+    auto* node = entry.node;
+    stack.pop_back();
+    node->layoutIndex = entry.place;
+    Node flat{{node->centre[0], node->centre[1], node->centre[2], -forceConstant * node->charge},
+              node->diagonal * node->diagonal,
+              particles,
+              0,
+              0,
+              0};
+    if (node->isInternal) {
+      const auto& order = hilbertCurve.order[entry.state];
+      const auto& next = hilbertCurve.next[entry.state];
+      for (std::size_t i = 8; i-- > 0;) {
+        if (auto* child = node->node(order[i])) {
+          stack.push_back({child, 0, next[i]});
+          ++flat.childCount;
+        }
+      }
+      if (flat.childCount > 0) flat.first = end;
+      for (std::size_t i = 1; i <= flat.childCount; ++i, end += placesOfNode) stack[stack.size() - i].place = end;
+    } else {
+      for (int i = 0; i < Tree::Node::slotCount && node->children[static_cast<std::size_t>(i)] != nullptr; ++i) {
+        auto* particle = node->particle(i);
+        places[particles] = {particle->position[0], particle->position[1], particle->position[2],
+                             -forceConstant * particle->charge};
+        charges[particles] = particle->charge;
+        place(particle, particles);
+        ++particles;
+        ++flat.particleCount;
+      }
+      flat.isLeaf = flat.particleCount > 0 ? 1 : 0;
+    }
+    new (&places[entry.place]) Node(flat);
+  }
+}
+
+}  // namespace quorel
