@@ -13,6 +13,13 @@
 #include <sanitizer/lsan_interface.h>
 #endif
 
+#if defined(__SANITIZE_THREAD__)
+/// The software renderer's own threads synchronise by means that the sanitizer does not see.
+extern "C" const char* __tsan_default_suppressions() {
+  return "race:swrast_dri.so\n";
+}
+#endif
+
 namespace quorel {
 
 #if defined(__SANITIZE_ADDRESS__)
