@@ -19,10 +19,14 @@
 
 // When its accept loop fails, the library forgets the connections at work: a list, and a thread each that nobody joins.
 extern "C" const char* __lsan_default_suppressions();
-extern "C" const char* __lsan_default_suppressions() { return "leak:ServerRun\n"; }
+extern "C" const char* __lsan_default_suppressions() {
+  return "leak:ServerRun\n";
+}
 // That, and the system's time zone, which it keeps under a lock that the sanitizer does not see.
 extern "C" const char* __tsan_default_suppressions();
-extern "C" const char* __tsan_default_suppressions() { return "thread:ThreadCreate\nrace:DateToString\n"; }
+extern "C" const char* __tsan_default_suppressions() {
+  return "thread:ThreadCreate\nrace:DateToString\n";
+}
 
 namespace quorel {
 namespace {
@@ -73,43 +77,6 @@ std::string arguments(First first, Rest... rest) {
   return argument(first) + arguments(rest...);
 }
 
-TEST_F(HttpTest, everyMethodReachesItsFunction) {
-  EXPECT_EQ(call("tessarel.new_vertex_w_id", arguments(1)), 0);
-  EXPECT_EQ(call("tessarel.new_vertex_w_id", arguments(2)), 0);
-  EXPECT_EQ(call("tessarel.new_vertex_w_id", arguments(2)), -1);
-  const int vertex = call("tessarel.new_vertex");
-  EXPECT_EQ(call("tessarel.new_edge_w_id", arguments(10, 1, 2)), 0);
-  const int edge = call("tessarel.new_edge", arguments(2, vertex));
-  EXPECT_EQ(call("tessarel.new_vertex_style_w_id", arguments(20, 0)), 0);
-  const int vertexStyle = call("tessarel.new_vertex_style", arguments(20));
-  EXPECT_EQ(call("tessarel.new_edge_style_w_id", arguments(30, 0)), 0);
-  const int edgeStyle = call("tessarel.new_edge_style", arguments(30));
-  EXPECT_EQ(call("tessarel.change_vertex_style", arguments(1, vertexStyle)), 0);
-  EXPECT_EQ(call("tessarel.change_edge_style", arguments(10, edgeStyle)), 0);
-  EXPECT_EQ(call("tessarel.set_vertex_attribute", arguments(2, "label", "G\xC3\xBC&lt;")), 0);
-  EXPECT_EQ(call("tessarel.set_vertex_style_attribute", arguments(20, "size", "4")), 0);
-  EXPECT_EQ(call("tessarel.set_edge_attribute", arguments(10, "width", "3")), 0);
-  EXPECT_EQ(call("tessarel.set_edge_style_attribute", arguments(30, "stroke", "none")), 0);
-
-  proxy.poll();
-  EXPECT_EQ(proxy.edgeOf(10)->source, proxy.vertexOf(1));
-  EXPECT_EQ(proxy.edgeOf(10)->target, proxy.vertexOf(2));
-  EXPECT_EQ(proxy.edgeOf(edge)->source, proxy.vertexOf(2));
-  EXPECT_EQ(proxy.edgeOf(edge)->target, proxy.vertexOf(vertex));
-  EXPECT_EQ(proxy.vertexOf(2)->style.get_label(), "G\xC3\xBC<");
-  EXPECT_EQ(proxy.vertexOf(1)->style.get_size(), 4.0);
-  EXPECT_EQ(proxy.edgeOf(10)->style.get_width(), 3.0);
-  EXPECT_EQ(proxy.edgeOf(10)->style.get_stroke(), 0);
-
-  EXPECT_EQ(call("tessarel.remove_edge", arguments(10)), 0);
-  EXPECT_EQ(call("tessarel.remove_vertex", arguments(2)), 0);
-  EXPECT_EQ(proxy.vertices.size(), 2U);
-  EXPECT_TRUE(proxy.edges.empty());
-  EXPECT_EQ(call("tessarel.clear"), 0);
-  EXPECT_EQ(call("tessarel.clear"), 0);
-  EXPECT_TRUE(proxy.vertices.empty());
-}
-
 struct Method {
   std::string name;
   std::string types;
@@ -132,49 +99,6 @@ const std::vector<Method> methods = {{"new_vertex_w_id", "i"},
                                      {"new_edge_style", "i"},
                                      {"new_edge_style_w_id", "ii"},
                                      {"change_edge_style", "ii"}};
-
-TEST_F(HttpTest, theMethodsAreListedInTheirOrderWithTheirSignaturesAndTheLibrarysHelp) {
-  HttpClient client(port());
-  const std::string list = client.post(callOf("system.listMethods"));
-  std::size_t at = 0;
-  for (const Method& method : methods) {
-    const std::size_t next = list.find(">tessarel." + method.name + "<", at);
-    ASSERT_NE(next, std::string::npos) << method.name;
-    at = next;
-    const std::string name = arguments("tessarel." + method.name);
-    EXPECT_NE(client.post(callOf("system.methodHelp", name)).find("No help is available for this method."),
-              std::string::npos);
-    const std::string signature = client.post(callOf("system.methodSignature", name));
-    std::string types;
-    for (std::size_t found = 0; (found = signature.find("<string>", found)) != std::string::npos; found += 8) {
-      types += signature[found + 8];
-    }
-    EXPECT_EQ(types, "i" + method.types) << method.name;
-  }
-}
-
-TEST_F(HttpTest, argumentsThatDoNotFitGetAFaultAndChangeNothing) {
-  call("tessarel.new_vertex_w_id", arguments(1));
-  HttpClient client(port());
-  for (const Method& method : methods) {
-    if (method.types.empty()) continue;
-    std::vector<std::string> wrong = {""};  // each argument missing, each of the wrong type, one too many
-    std::string fitting;
-    for (const char type : method.types) {
-      wrong.push_back(fitting);
-      wrong.push_back(fitting + (type == 'i' ? arguments("1") : arguments(1)));
-      fitting += type == 'i' ? arguments(1) : arguments("label");
-    }
-    wrong.push_back(fitting + arguments(1));
-    for (const std::string& sent : wrong) {
-      EXPECT_TRUE(isFault(client.post(callOf("tessarel." + method.name, sent)))) << method.name << " " << sent;
-    }
-  }
-  EXPECT_TRUE(isFault(client.post(callOf("tessarel.no_such_method"))));
-  EXPECT_EQ(proxy.vertices.size(), 1U);
-  EXPECT_EQ(proxy.events.size(), 1U);
-  EXPECT_TRUE(proxy.edges.empty() && proxy.vertexStyles.empty() && proxy.edgeStyles.empty());
-}
 
 TEST_F(HttpTest, aThousandCallsTravelInOneRequest) {
   std::string calls;

@@ -32,8 +32,8 @@ class NullBuffer : public std::streambuf {
 class Target {
 public:
   Target() : proxy(*new GraphProxy(new GraphLayout<LayoutSchema>, nullptr)) {
-    static NullBuffer nowhere;
-    std::clog.rdbuf(&nowhere);  // lines are made, but not shown
+    static NullBuffer& nowhere = *new NullBuffer;  // the stream outlives every destructor
+    std::clog.rdbuf(&nowhere);                     // lines are made, but not shown
     graphProxy = &proxy;
     xmlrpc_env_init(&env);
     registry = xmlrpc_registry_new(&env);
