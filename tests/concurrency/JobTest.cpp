@@ -125,16 +125,6 @@ TEST_P(JobsOnPool, aJobCalledDirectlyHoldsBackWhatWaitsForItAndIsNotCounted) {
   }
 }
 
-TEST_P(JobsOnPool, theWaitEndsOnlyWithTheLastOfAChain) {
-  for (int round = 0; round < 50; ++round) {
-    const auto jobs = makeJobs(30);
-    for (int i = 1; i < 30; ++i) addEdge(*jobs[i - 1], *jobs[i]);
-    pool->submit(jobs[0].get());
-    pool->waitUntilDone();
-    ASSERT_EQ(jobs[29]->runs, 1);
-  }
-}
-
 TEST(ThreadPool, finishedJobsAreGoneBeforeTheWaitEnds) {
   const TimeLimit limit(std::chrono::seconds(60));
   class CountedJob : public Job {

@@ -115,31 +115,6 @@ TEST_P(ParensTreeOfShape, subsetFindsTheNearestEnclosingVersionWhileBothTreesGro
   }
 }
 
-TEST(ParensTree, insertionFromTheInsideOutAndBesideKeepsEveryVersionsEnclosure) {
-  // Both sides of the coin: whatever moves to a new cell, a version beside the new one stays with the parent.
-  for (unsigned seed = 0; seed < 32; ++seed) {
-    std::srand(seed);
-    VersionTree tree;
-    ParensTree subset(false);
-    subset.init(tree.root);
-    Version* const parent = tree.newVersion(nullptr);
-    Version* const beside = tree.newVersion(parent);
-    Version* const around = tree.newVersion(parent);
-    Version* const inner = tree.newVersion(around);
-    Version* const innermost = tree.newVersion(inner);
-    Version* const plain = tree.newVersion(around);
-    for (Version* version : {parent, beside, inner, around}) {
-      subset.insert(version);
-      ASSERT_EQ(subset.validate(), "");
-    }
-    EXPECT_EQ(subset.findEnclosing(inner), inner);
-    EXPECT_EQ(subset.findEnclosing(innermost), inner);
-    EXPECT_EQ(subset.findEnclosing(plain), around);
-    EXPECT_EQ(subset.findEnclosing(beside), beside);
-    EXPECT_EQ(subset.findEnclosing(tree.newVersion(parent)), parent);
-  }
-}
-
 TEST(ParensTree, aVersionThatIsAlreadyInChangesNothingAndDrawsNothing) {
   VersionTree tree;
   ParensTree subset(false);

@@ -108,33 +108,6 @@ TEST_P(RetroOfMix, agreesWithAMapThatIsSearchedUpward) {
   }
 }
 
-TEST(Retro, aSetIsSeenThereAndBelowAndNowhereElse) {
-  VersionTree tree;
-  Retro<int> retro(tree, 1);
-  Version* const parent = tree.newVersion(nullptr);
-  Version* const version = tree.newVersion(parent);
-  Version* const sibling = tree.newVersion(parent);
-  Version* const child = tree.newVersion(version);
-  const std::vector<Version*> all = {tree.root, parent, version, sibling, child};
-  const auto values = [&] {
-    std::vector<int> read;
-    for (Version* each : all) read.push_back(retro.get(each));
-    return read;
-  };
-  EXPECT_EQ(values(), (std::vector{1, 1, 1, 1, 1}));
-  retro.set(version, 2);
-  EXPECT_EQ(values(), (std::vector{1, 1, 2, 1, 2}));
-  retro.set(child, 3);
-  retro.set(version, 4);
-  EXPECT_EQ(values(), (std::vector{1, 1, 4, 1, 3}));
-  retro.set(parent, 5);
-  EXPECT_EQ(values(), (std::vector{1, 5, 4, 5, 3}));
-  retro.set(tree.root, 6);
-  EXPECT_EQ(values(), (std::vector{6, 5, 4, 5, 3}));
-  EXPECT_EQ(retro.get(tree.newVersion(sibling)), 5);
-  EXPECT_EQ(retro.valueCount(), 4u);
-}
-
 TEST(Retro, aChangeFarAboveReachesTheEndOfALongChain) {
   VersionTree tree;
   Retro<double> retro(tree, 0.0);
