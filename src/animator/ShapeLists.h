@@ -8,15 +8,16 @@
 
 namespace quorel {
 
-/// Solids and arrow heads kept as display lists, one for each shape, number of facets and set of measures.
+/// Solids and arrow heads kept as display lists, one for each shape, number of facets and set of measures that comes
+/// often enough in one picture. Where every vertex has a size of its own, each is drawn at once.
 ///
-/// A list is only as good as its shape comes again. Where every vertex has a size of its own there are more shapes than
-/// places; those that find no place are drawn at once, and a list that is in use is not driven out.
+/// A list is rarely given up: some drivers never get its memory back. It goes only if no picture has used it for a while
+/// and another shape needs its place.
 /// Threading:  the main thread.
 /// Cost:       O(1) a shape.
 class ShapeLists {
 public:
-  /// A new picture: lists that the last two did not use may be replaced.
+  /// A new picture.
   void begin() { ++picture; }
 
   void drawSolid(VertexStyleDefns::Shape shape, double s, int facets);
@@ -28,6 +29,10 @@ public:
 private:
   static constexpr int headShape = -1;
   static constexpr std::size_t places = 1024;
+  /// Times that a shape has to come in one picture. A higher number leaves more shapes to be drawn at once.
+  static constexpr int usesForAList = 4;
+  /// Pictures without use after which a list may be given up.
+  static constexpr std::uint64_t staleness = 1000;
 
   struct Key {
     int shape = 0;
@@ -38,17 +43,23 @@ private:
     bool operator==(const Key&) const = default;
   };
 
-  struct Entry {
+  struct Place {
     Key key;
     unsigned list = 0;
     std::uint64_t lastPicture = 0;
+    // A shape that asks for the place, and how often it came in that picture.
+    Key candidate;
+    std::uint64_t candidatePicture = 0;
+    int candidateUses = 0;
   };
 
+  Place& placeOf(const Key& key);
+  bool deservesList(Place& place, const Key& key);
   template <class Draw>
   void draw(const Key& key, Draw drawAtOnce);
 
-  std::array<Entry, places> entries;
-  std::uint64_t picture = 2;
+  std::array<Place, places> table;
+  std::uint64_t picture = 0;
 };
 
 }  // namespace quorel

@@ -52,8 +52,8 @@ protected:
   void giveLooks(Scene::Vertex* v) {
     v->style.set_shape(static_cast<Shape>(pick(9)));
     v->style.set_color(colour());
-    v->style.set_size(uniform(0.3F, 2.0F));
-    if (pick(3) == 0) v->style.set_shapedetail(1 + pick(50));
+    v->style.set_size(pick(2) == 0 ? 0.7 : 1.6);
+    if (pick(3) == 0) v->style.set_shapedetail(17);
     if (pick(8) == 0) v->style.set_visible(false);
     if (pick(2) == 0) giveLabel(v->style);
     v->finishedAcceleration = Vector(uniform(-1, 1), uniform(-1, 1), uniform(-1, 1));
@@ -67,8 +67,8 @@ protected:
     if (pick(3) == 0) {
       e->style.set_arrow(true);
       e->style.set_arrow_position(uniform(0, 1));
-      e->style.set_arrow_length(uniform(0, 5));
-      e->style.set_arrow_radius(uniform(0, 2));
+      e->style.set_arrow_length(pick(2) == 0 ? 1.0 : 3.5);
+      e->style.set_arrow_radius(pick(2) == 0 ? 0.5 : 1.0);
       e->style.set_arrow_reverse(pick(2) == 0);
     }
     if (pick(10) == 0) e->style.set_knots(4);
@@ -175,7 +175,8 @@ TEST_F(BatchPainterTest, vertexUponVertexTheFirstOneShows) {
 
 TEST_F(BatchPainterTest, moreSizesThanThereAreLists) {
   for (Scene::Vertex* v : ball(2500, 4.0F)) {
-    v->style.set_size(uniform(0.5F, 1.5F));
+    // Some come once, some often enough for a list each.
+    v->style.set_size(pick(2) == 0 ? uniform(0.5F, 1.5F) : 0.5 + 0.005 * pick(200));
     v->style.set_shape(static_cast<Shape>(1 + pick(8)));
   }
   scene->animator.autozoom_dist = -5.0;
