@@ -77,16 +77,6 @@ TEST_F(PickTest, findsTheVertexUnderThePointerAndNothingBesideIt) {
   EXPECT_TRUE(scene->animator.pick_vertices.empty());
 }
 
-TEST_F(PickTest, aVertexWithoutACallbackIsNamedByItsAddress) {
-  Scene::Vertex* v = scene->vertex(0.0F, 0.0F, 0.0F);
-  v->style.set_callback(nullptr);
-  testing::internal::CaptureStdout();
-  pick(0.0F, 0.0F);
-  std::ostringstream expected;
-  expected << "No callback registered for vertex " << static_cast<void*>(v) << '\n';
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), expected.str());
-}
-
 TEST_F(PickTest, labelsHiddenAndShapelessVerticesGiveNoHit) {
   scene->hidden(0.0F, 0.0F, 0.0F)->style.set_label("hidden");
   Scene::Vertex* shapeless = scene->vertex(0.0F, 0.0F, 0.0F);

@@ -18,15 +18,6 @@ constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 bool isLit(Pixel p) {
   return !p.isBlack();
 }
-bool isWhite(Pixel p) {
-  return p == Pixel{255, 255, 255};
-}
-bool isGreen(Pixel p) {
-  return p.green > 0 && p.red == 0 && p.blue == 0;
-}
-bool isRed(Pixel p) {
-  return p.red > 0 && p.green == 0 && p.blue == 0;
-}
 
 class PictureTest : public testing::Test {
 protected:
@@ -43,48 +34,6 @@ protected:
 
   Scene* scene = Scene::empty();
 };
-
-TEST_F(PictureTest, eachShapeIsDrawnAtItsPlaceAndGrowsWithItsSize) {
-  for (int shape = Shape::sphere; shape <= Shape::icosahedron; ++shape) {
-    scene = Scene::empty();
-    Scene::Vertex* v = scene->vertex(1.0F, 0.5F, 0.0F);
-    v->style.set_shape(static_cast<Shape>(shape));
-    v->style.set_size(2.0);
-    scene->animator.angle_x = 10.0;
-    const int normal = scene->picture().lit();
-    v->style.set_size(4.0);
-    const Picture large = scene->picture();
-    EXPECT_GT(normal, 30) << shape;
-    EXPECT_GT(large.lit(), 3 * normal) << shape;
-    EXPECT_LT(large.lit(), 6 * normal) << shape;
-    EXPECT_EQ(large.lit(), litAround(large, 1.0F, 0.5F, 60)) << shape;
-  }
-}
-
-TEST_F(PictureTest, shapeNoneAndHiddenVerticesLeaveNoMark) {
-  scene->vertex(0.0F, 0.0F, 0.0F)->style.set_shape(Shape::none);
-  scene->hidden(1.0F, 0.0F, 0.0F);
-  EXPECT_EQ(scene->picture().lit(), 0);
-  EXPECT_EQ(scene->animator.vertex_count, 2);
-}
-
-TEST_F(PictureTest, noVerticesButTheirEdgesAreDrawnWhenVerticesAreSwitchedOff) {
-  scene->edge(scene->vertex(-1.0F, 0.0F, 0.0F), scene->vertex(1.0F, 0.0F, 0.0F));
-  scene->animator.show_vertices = false;
-  const Picture picture = scene->picture();
-  EXPECT_EQ(picture.lit(), picture.count(isWhite));
-  EXPECT_NEAR(picture.lit(), scene->column(1.0F) - scene->column(-1.0F), 2);
-}
-
-TEST_F(PictureTest, aStyleColoursAllThatFollowIt) {
-  scene->layout.defaultVertexStyle.set_color({1.0F, 0.0F, 0.0F});
-  scene->vertex(-1.0F, 0.0F, 0.0F);
-  scene->vertex(1.0F, 0.0F, 0.0F)->style.set_color({0.0F, 1.0F, 0.0F});
-  const Picture picture = scene->picture();
-  EXPECT_EQ(picture.count(isRed), picture.count(isGreen));
-  EXPECT_EQ(picture.count(isRed) + picture.count(isGreen), picture.lit());
-  EXPECT_TRUE(isRed(picture.at(scene->column(-1.0F), scene->row(0.0F))));
-}
 
 TEST_F(PictureTest, detailSmoothsRoundSolidsAndOnlyThose) {
   const auto lit = [this](Shape shape, int shapedetail) {
@@ -155,25 +104,6 @@ TEST_F(PictureTest, aLabelHasExactlyItsFontColourWhateverStandsAround) {
   }
 }
 
-TEST_F(PictureTest, aLabelStandsAboveItsSolidAndOnAPointWithoutOne) {
-  Scene::Vertex* v = scene->vertex(0.0F, 0.0F, 0.0F);
-  v->style.set_size(3.0);
-  v->style.set_label("Mm");
-  v->style.set_fontcolor({1.0F, 0.0F, 0.0F});
-  v->style.set_color({0.0F, 1.0F, 0.0F});
-  const int left = scene->column(0.0F);
-  const auto redIn = [this, left](int bottom) {
-    return scene->picture().count(left, bottom, left + 40, bottom + 12, isRed);
-  };
-  const int red = scene->picture().count(isRed);
-  EXPECT_GT(red, 20);
-  EXPECT_EQ(redIn(scene->row(1.2F * 0.6F)), red);
-  v->style.set_shape(Shape::none);
-  EXPECT_EQ(redIn(scene->row(0.0F)), red);
-  scene->animator.show_labels = false;
-  EXPECT_EQ(scene->picture().lit(), 0);
-}
-
 TEST_F(PictureTest, anyBytesMakeALabel) {
   Scene::Vertex* v = scene->hidden(-1.9F, 0.0F, 0.0F);
   Scene::Vertex* w = scene->vertex(-1.9F, 0.0F, 0.0F);
@@ -190,24 +120,6 @@ TEST_F(PictureTest, anyBytesMakeALabel) {
   EXPECT_EQ(scene->picture().lit(), 0);
 }
 
-TEST_F(PictureTest, fontsizeChoosesLargerLetters) {
-  Scene::Vertex* v = scene->vertex(0.0F, 0.0F, 0.0F);
-  v->style.set_shape(Shape::none);
-  v->style.set_label("HHHH");
-  std::vector<int> lit;
-  for (const int size : {10, 12, 18}) {
-    v->style.set_fontsize(size);
-    lit.push_back(scene->picture().lit());
-  }
-  EXPECT_LT(lit[0], lit[1]);
-  EXPECT_LT(lit[1], lit[2]);
-  v->style.set_fontfamily("Times Roman");
-  const int times = scene->picture().lit();
-  EXPECT_NE(times, lit[2]);
-  v->style.set_fontsize(19);
-  EXPECT_GT(scene->picture().lit(), times);
-}
-
 /// A horizontal edge through the middle between hidden ends; what is drawn of it.
 class EdgePictureTest : public PictureTest {
 protected:
@@ -221,24 +133,6 @@ protected:
   Scene::Edge* edge = nullptr;
   int length = 0;
 };
-
-TEST_F(EdgePictureTest, strokesCoverTheirShareOfTheLine) {
-  edge->style.set_color({0.0F, 1.0F, 0.0F});
-  EXPECT_NEAR(scene->picture().lit(), length, 2);
-  for (const int pattern : {0xf0f0, 0x3333}) {
-    edge->style.set_stroke(pattern);
-    EXPECT_NEAR(scene->picture().lit(), length / 2, 5) << pattern;
-  }
-  edge->style.set_stroke(0);
-  EXPECT_EQ(scene->picture().lit(), 0);
-  edge->style.set_arrow(true);
-  edge->style.set_label("still here");
-  const Picture picture = scene->picture();
-  EXPECT_GT(picture.count(isGreen), 5) << "the arrow";
-  EXPECT_GT(picture.count(isWhite), 50) << "the label";
-  edge->style.set_visible(false);
-  EXPECT_EQ(scene->picture().lit(), 0);
-}
 
 TEST_F(EdgePictureTest, widthIsInPixelsAndLineStateIsBackToDefaultAfterwards) {
   edge->style.set_width(3.0);
@@ -273,19 +167,6 @@ TEST_F(EdgePictureTest, aLineHasExactlyItsColourWhateverWasDrawnBefore) {
     other->style.set_arrow(shape % 2 == 0);
     EXPECT_EQ(scene->picture().count(coloured), expected) << shape;
   }
-}
-
-TEST_F(EdgePictureTest, strainColoursTheLineByTheMeanOfTheFrameBefore) {
-  edge->style.set_showstrain(true);
-  scene->animator.mean_edge_length = 2.0;
-  EXPECT_GT(scene->picture().count(isWhite), length - 3);
-  EXPECT_DOUBLE_EQ(scene->animator.mean_edge_length, 2.0);
-  scene->animator.mean_edge_length = 1.0;
-  EXPECT_GT(scene->picture().count(isRed), length - 3) << "stretched to twice the mean";
-  EXPECT_GT(scene->picture().count(isWhite), length - 3) << "by then it is the mean itself";
-  edge->style.set_showstrain(false);
-  scene->picture();
-  EXPECT_DOUBLE_EQ(scene->animator.mean_edge_length, 2.0) << "no edge, no new mean";
 }
 
 TEST_F(EdgePictureTest, anArrowLiesAlongItsEdgeInEveryDirection) {
@@ -323,55 +204,6 @@ TEST_F(EdgePictureTest, anArrowLiesAlongItsEdgeInEveryDirection) {
   }
 }
 
-TEST_F(EdgePictureTest, anArrowBetweenOverlappingVerticesPointsBack) {
-  scene = Scene::empty();
-  Scene::Vertex* a = scene->hidden(-0.25F, 0.0F, 0.0F);
-  Scene::Vertex* b = scene->hidden(0.25F, 0.0F, 0.0F);
-  a->style.set_size(4.0);
-  b->style.set_size(4.0);
-  Scene::Edge* e = scene->edge(a, b);
-  e->style.set_stroke(0);
-  e->style.set_arrow(true);
-  scene->animator.camera_dist = -2.0;
-  const Picture picture = scene->picture();
-  const int middle = picture.width / 2;
-  EXPECT_GT(picture.count(middle, 0, picture.width, picture.height, isLit),
-            picture.count(0, 0, middle, picture.height, isLit) + 30)
-      << "the base is on the target's side";
-}
-
-TEST_F(EdgePictureTest, anEdgeLabelStandsInTheMiddle) {
-  edge->style.set_stroke(0);
-  edge->style.set_label("e");
-  const Picture picture = scene->picture();
-  EXPECT_GT(picture.lit(), 5);
-  EXPECT_EQ(picture.lit(), picture.count(scene->column(0.0F), scene->row(0.0F), scene->column(0.0F) + 10,
-                                         scene->row(0.0F) + 10, isLit));
-}
-
-TEST_F(EdgePictureTest, aSplineIsDrawnOnceItsKnotsAreMadeAndAStraightEdgeAtOnce) {
-  edge->style.set_knots(4);
-  EXPECT_EQ(scene->picture().lit(), 0) << "no knots yet";
-  EXPECT_TRUE(scene->animator.needs_spline_update);
-  std::vector<Scene::Vertex*>& chain = *scene->layout.knots.at(edge);
-  const Vector bend[] = {{-1.0F, 1.0F, 0.0F}, {1.0F, 1.0F, 0.0F}};
-  for (int i = 0; i < 2; ++i) chain[i + 1]->position = chain[i + 1]->start.position = bend[i];
-  const Picture picture = scene->picture();
-  EXPECT_FALSE(scene->animator.needs_spline_update);
-  EXPECT_GT(litAround(picture, 0.0F, 0.75F, 4), 2) << "the summit of the curve";
-  EXPECT_EQ(litAround(picture, 0.0F, 0.0F, 20), 0);
-
-  chain[1]->position = chain[1]->start.position = Vector(notANumber, 0.0F, 0.0F);
-  EXPECT_EQ(scene->picture().lit(), 0);
-
-  edge->style.set_knots(2);
-  EXPECT_NEAR(scene->picture().lit(), length, 2) << "straight in the very next picture";
-  EXPECT_TRUE(scene->animator.needs_spline_update);
-  EXPECT_TRUE(scene->layout.knots.empty());
-  scene->picture();
-  EXPECT_FALSE(scene->animator.needs_spline_update);
-}
-
 TEST_F(PictureTest, forcesAreMarksOfLengthOne) {
   Scene::Vertex* v = scene->hidden(0.0F, 0.0F, 0.0F);
   scene->animator.show_forces = true;
@@ -384,30 +216,6 @@ TEST_F(PictureTest, forcesAreMarksOfLengthOne) {
               scene->column(1.0F) - scene->column(0.0F), 2);
   v->finishedAcceleration = Vector(notANumber, 0.0F, 0.0F);
   EXPECT_EQ(scene->picture().lit(), 0);
-}
-
-TEST_F(PictureTest, axesSpacetreeAndStatusLineAppearWhenAskedFor) {
-  EXPECT_EQ(scene->picture().lit(), 0);
-  scene->animator.axes_hidden = 0;
-  EXPECT_GT(scene->picture().count(isWhite), 600);
-  scene->animator.axes_hidden = -1;
-
-  for (int i = 0; i < 9; ++i) scene->hidden(0.1F * static_cast<float>(i), 0.2F, 0.3F);
-  scene->animator.show_spacetree = true;
-  const Picture boxes = scene->picture();
-  EXPECT_GT(boxes.count(isGreen), 300);
-  EXPECT_EQ(boxes.lit(), boxes.count(isGreen));
-  scene->animator.show_spacetree = false;
-
-  const auto hasStatusLine = [this] { return scene->picture().count(150, 0, 400, 45, isWhite) > 100; };
-  EXPECT_FALSE(hasStatusLine());
-  for (bool* flag : {&scene->animator.show_status, &scene->animator.paused}) {
-    *flag = true;
-    EXPECT_TRUE(hasStatusLine());
-    *flag = false;
-  }
-  scene->animator.drawing = false;
-  EXPECT_TRUE(hasStatusLine());
 }
 
 TEST_F(PictureTest, theMovingFrameIsThreeAxesAndASphereOfRings) {
