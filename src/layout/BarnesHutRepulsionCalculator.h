@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 #include "concurrency/MultiLockable.h"
@@ -39,8 +40,9 @@ public:
     Spacetree tree;
     BulkInsertion<VertexSummary<Vertex>, Vertex> insertion;
     RepulsionField field;
-    /// The vertices in the tree in leaf order, and where in it each vertex stands, by ordinal.
+    /// The vertices in the tree in leaf order, their ordinals, and where in it each vertex stands, by ordinal.
     std::vector<Vertex*> leafOrder;
+    std::vector<std::uint32_t> leafOrdinal;
     std::vector<std::uint32_t> leafPlace;
   };
 
@@ -80,16 +82,20 @@ BarnesHutRepulsionCalculator<Vertex>::BarnesHutRepulsionCalculator(Arrays& array
   const std::lock_guard<MultiLockable> hold(globalStyleLock);
   const std::lock_guard<MultiLockable> holdAgain(globalStyleLock);
   tree.clear();
-  lent.insertion.fill(tree, arrays.vertices);
+  arrays.beginReading();
+  lent.insertion.fill(tree, arrays.vertices, [&arrays](std::size_t vertex) { arrays.read(vertex); });
   arrays.refresh();
 
   const std::size_t size = arrays.vertices.size();
-  for (std::size_t i = 0; i < size; ++i) arrays.positions[i] = arrays.vertices[i]->position;
   lent.leafOrder.resize(size);
+  lent.leafOrdinal.resize(size);
   lent.leafPlace.assign(size, Memory::noPlace);
-  lent.field.layOut(tree, tree.nodeCount(), size, forceConstant, [&lent](Vertex* vertex, std::uint32_t place) {
-    lent.leafOrder[place] = vertex;
-    lent.leafPlace[vertex->ordinal] = place;
+  lent.field.layOut(tree, tree.nodeCount(), size, forceConstant, [&](void*& slot, std::uint32_t place) {
+    const std::uint32_t ordinal = lent.insertion.settle(slot);
+    lent.leafOrder[place] = arrays.vertices[ordinal];
+    lent.leafOrdinal[place] = ordinal;
+    lent.leafPlace[ordinal] = place;
+    return std::pair(arrays.positions[ordinal], arrays.charges[ordinal]);
   });
 }
 

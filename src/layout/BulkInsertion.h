@@ -4,6 +4,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <unordered_map>
 #include <vector>
 
 #include "TinyVector.h"
@@ -17,6 +18,8 @@ namespace quorel {
 /// The octants of a particle at all levels are worked out at once, as a Morton key. Levels that all particles of a root
 /// octant share are skipped on the way down, and get their summary at the end; so does what only the last particle
 /// decides, the centre and the diagonal. Sums are taken in the order of insertion, as the plain way does.
+/// Once filled, the leaves hold marks instead of particles: whoever goes through the tree next, and has use for the index
+/// of a particle, settles them.
 /// Where more than eight particles share a key the depth limit of the plain way may drop some of them, and it does the
 /// whole work.
 /// Threading:  one thread at a time; holds memory for reuse and nothing else between two calls.
@@ -26,8 +29,25 @@ class BulkInsertion {
 public:
   using Tree = Spacetree<Summary, Particle>;
 
-  template <class Particles>
-  void fill(Tree& tree, const Particles& all);
+  /// `visit` is called with the index of each particle of `all` after it was read.
+  template <class Particles, class Visit>
+  void fill(Tree& tree, const Particles& all, Visit visit);
+
+  /// Puts the particle where its mark is and returns its index.
+  std::uint32_t settle(void*& slot) const {
+    const std::uint32_t mark = indexOf(slot);
+    slot = particles[mark];
+    return indices[mark];
+  }
+
+  /// Settles a whole tree.
+  void settle(Tree& tree) const {
+    tree.arena.forEach([this](Node& node) {
+      for (void*& slot : node.children) {
+        if (!node.isInternal && slot != nullptr) settle(slot);
+      }
+    });
+  }
 
 private:
   using Node = typename Tree::Node;
@@ -57,14 +77,21 @@ private:
   static int octantAt(std::uint64_t key, int level) { return static_cast<int>(key >> (3 * (keyLevels - level))) & 7; }
 
   /// Reads all particles and keeps those inside the root box.
-  template <class Particles>
-  void read(const Tree& tree, const Particles& all);
+  template <class Particles, class Visit>
+  void read(const Tree& tree, const Particles& all, Visit visit);
 
   /// Inserts what was read; false, with the tree in pieces, where keys do not tell the particles apart.
   bool insertAll(Tree& tree);
   bool insertBelow(Node* node, int level, std::uint32_t index, typename Node::Arena& arena);
   void makeChain(Tree& tree, RootOctant& octant);
   void finish(Tree& tree);
+  void insertSingly(Tree& tree);
+
+  /// What a leaf holds in place of the i-th particle inside the box, until it is settled.
+  static void* mark(std::uint32_t i) { return reinterpret_cast<void*>(static_cast<std::uintptr_t>(i) + 1); }
+  static std::uint32_t indexOf(void* slot) {
+    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(slot) - 1);
+  }
 
   void add(Node* node, std::uint32_t index) const {
     const Moment& moment = moments[index];
@@ -85,6 +112,7 @@ private:
 
   // Of the particles inside the box, in the order of insertion.
   std::vector<Particle*> particles;
+  std::vector<std::uint32_t> indices;
   std::vector<std::uint64_t> keys;
   std::vector<Moment> moments;
 
@@ -113,8 +141,8 @@ std::uint64_t BulkInsertion<Summary, Particle>::keyOf(const TinyVector<float, 3>
 }
 
 template <class Summary, class Particle>
-template <class Particles>
-void BulkInsertion<Summary, Particle>::fill(Tree& tree, const Particles& all) {
+template <class Particles, class Visit>
+void BulkInsertion<Summary, Particle>::fill(Tree& tree, const Particles& all, Visit visit) {
   if (diagonals[0] == 0.0F) {
     typename Node::Box box = tree.rootBox;
     for (float& diagonal : diagonals) {
@@ -122,40 +150,60 @@ void BulkInsertion<Summary, Particle>::fill(Tree& tree, const Particles& all) {
       box = box.octant(7);
     }
   }
-  read(tree, all);
+  read(tree, all, visit);
   if (insertAll(tree)) {
     finish(tree);
-    return;
+  } else {
+    insertSingly(tree);
   }
-  tree.clear();
-  for (Particle* particle : particles) tree.insert(particle);
 }
 
 template <class Summary, class Particle>
-template <class Particles>
-void BulkInsertion<Summary, Particle>::read(const Tree& tree, const Particles& all) {
+template <class Particles, class Visit>
+void BulkInsertion<Summary, Particle>::read(const Tree& tree, const Particles& all, Visit visit) {
   const std::size_t size = std::size(all);
   particles.resize(size);
+  indices.resize(size);
   keys.resize(size);
   moments.resize(size);
   octants.fill({});
   std::size_t kept = 0;
+  std::uint32_t index = 0;
   for (Particle* particle : all) {
-    if (!tree.accepts(*particle)) continue;
-    const TinyVector<float, 3>& position = particle->position;
+    const TinyVector<float, 3> position = particle->position;
     const float charge = particle->charge;
-    const std::uint64_t key = keyOf(position);
-    particles[kept] = particle;
-    keys[kept] = key;
-    moments[kept] = {charge * position[0], charge * position[1], charge * position[2], charge};
-    RootOctant& octant = octants[static_cast<std::size_t>(octantAt(key, 1))];
-    if (octant.count++ == 0) octant.firstKey = key;
-    octant.differences |= key ^ octant.firstKey;
-    ++kept;
+    visit(index);
+    if (tree.accepts(*particle)) {
+      const std::uint64_t key = keyOf(position);
+      particles[kept] = particle;
+      indices[kept] = index;
+      keys[kept] = key;
+      moments[kept] = {charge * position[0], charge * position[1], charge * position[2], charge};
+      RootOctant& octant = octants[static_cast<std::size_t>(octantAt(key, 1))];
+      if (octant.count++ == 0) octant.firstKey = key;
+      octant.differences |= key ^ octant.firstKey;
+      ++kept;
+    }
+    ++index;
   }
   particles.resize(kept);
+  indices.resize(kept);
   keys.resize(kept);
   moments.resize(kept);
+}
+
+/// The plain way, and marks in the end.
+template <class Summary, class Particle>
+void BulkInsertion<Summary, Particle>::insertSingly(Tree& tree) {
+  tree.clear();
+  for (Particle* particle : particles) tree.insert(particle);
+  std::unordered_map<void*, std::uint32_t> marks(particles.size());
+  for (std::uint32_t i = 0; i < particles.size(); ++i) marks[particles[i]] = i;
+  tree.arena.forEach([&](Node& node) {
+    for (void*& slot : node.children) {
+      if (!node.isInternal && slot != nullptr) slot = mark(marks[slot]);
+    }
+  });
 }
 
 template <class Summary, class Particle>
@@ -166,7 +214,7 @@ bool BulkInsertion<Summary, Particle>::insertAll(Tree& tree) {
   if (count <= Node::slotCount) {
     for (std::uint32_t i = 0; i < count; ++i) {
       add(root, i);
-      root->children[i] = particles[i];
+      root->children[i] = mark(i);
     }
     return true;
   }
@@ -203,11 +251,6 @@ template <class Summary, class Particle>
 bool BulkInsertion<Summary, Particle>::insertBelow(Node* node, int level, std::uint32_t index,
                                                    typename Node::Arena& arena) {
   const std::uint64_t key = keys[index];
-  // Leaves hold indices until all is done.
-  const auto mark = [](std::uint32_t i) { return reinterpret_cast<void*>(static_cast<std::uintptr_t>(i) + 1); };
-  const auto indexIn = [](void* slot) {
-    return static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(slot) - 1);
-  };
   for (;; ++level) {
     add(node, index);
     if (!node->isInternal) {
@@ -220,7 +263,7 @@ bool BulkInsertion<Summary, Particle>::insertBelow(Node* node, int level, std::u
       node->isInternal = true;
       node->children = {};
       for (void* slot : old) {
-        const std::uint32_t moved = indexIn(slot);
+        const std::uint32_t moved = indexOf(slot);
         Node* leaf = child(node, octantAt(keys[moved], level + 1), level + 1, arena);
         leaf->children[static_cast<std::size_t>(leaf->count)] = slot;
         add(leaf, moved);
@@ -246,14 +289,7 @@ void BulkInsertion<Summary, Particle>::finish(Tree& tree) {
       node = node->node(octantAt(octant.firstKey, level + 1));
     }
   }
-  tree.arena.forEach([this](Node& node) {
-    node.centre = (1.0F / node.charge) * node.chargeMoment;
-    if (node.isInternal) return;
-    for (int i = 0; i < node.count; ++i) {
-      void*& slot = node.children[static_cast<std::size_t>(i)];
-      slot = particles[static_cast<std::uint32_t>(reinterpret_cast<std::uintptr_t>(slot) - 1)];
-    }
-  });
+  tree.arena.forEach([](Node& node) { node.centre = (1.0F / node.charge) * node.chargeMoment; });
 }
 
 }  // namespace quorel

@@ -20,8 +20,8 @@ namespace quorel {
 ///                 what the edge caches of its attributes.
 /// Threading:  written under the layout's lock, `refresh` under globalStyleLock as well. In a step the workers read, and
 ///             write `positions` of their own vertices between the phases that read them.
-/// Cost:       `update` walks all sets if the structure has changed and does nothing otherwise; `refresh` looks at one
-///             pointer of each vertex and edge, and reads only attributes that were set since.
+/// Cost:       `update` walks all sets if the structure has changed and does nothing otherwise; `read` and `refresh` look
+///             at one pointer of each vertex and edge, and at an attribute only if it was set since.
 template <class Vertex>
 class GraphArrays {
 public:
@@ -43,7 +43,18 @@ public:
   template <class VertexSet>
   void update(const VertexSet& vertexSet);
 
-  /// Copies changed attributes into the cached fields of vertices and edges.
+  /// Begins a round of `read` for each vertex and `refresh` at its end.
+  void beginReading() { newCharges = chargeWatch.changed(vertexAttributes().charge); }
+
+  /// Takes the position and the cached charge of one vertex, and notes whether the charge is out of date.
+  void read(std::size_t vertex) {
+    const Vertex& v = *vertices[vertex];
+    positions[vertex] = v.position;
+    charges[vertex] = v.charge;
+    if (newCharges || v.refreshedVersion != v.style.version) stale.push_back(static_cast<std::uint32_t>(vertex));
+  }
+
+  /// Copies changed attributes into the cached fields of vertices and edges, and into the arrays.
   void refresh();
 
   std::span<const Spring> outSprings(std::size_t vertex) const { return run(out, outBegin, vertex); }
@@ -51,8 +62,9 @@ public:
 
   std::vector<Vertex*> vertices;
   std::vector<Edge*> edges;
-  /// Positions by ordinal, as the force evaluation is to see them.
+  /// By ordinal, as the force evaluation is to see them.
   std::vector<TinyVector<float, 3>> positions;
+  std::vector<float> charges;
 
 private:
   /// Tells whether an attribute was set since the last question.
@@ -83,6 +95,10 @@ private:
   }
 
   bool valid = false;
+  bool newCharges = false;
+  std::vector<std::uint32_t> stale;
+  /// The edges in the order of memory, for the loop that looks at all of them.
+  std::vector<Edge*> edgesByAddress;
   std::vector<Spring> out;
   std::vector<Spring> in;
   std::vector<std::uint32_t> outBegin;
@@ -90,11 +106,11 @@ private:
   /// Where in `in` the spring of an edge stands; in `out` it stands at the edge's own index.
   std::vector<std::uint32_t> inPlace;
 
-  Watch<decltype(VertexAttributes::charge)> charge;
-  Watch<decltype(EdgeAttributes::strength)> strength;
-  Watch<decltype(EdgeAttributes::knots)> knots;
-  Watch<decltype(EdgeAttributes::oriented)> oriented;
-  Watch<decltype(EdgeAttributes::orientation)> orientation;
+  Watch<decltype(VertexAttributes::charge)> chargeWatch;
+  Watch<decltype(EdgeAttributes::strength)> strengthWatch;
+  Watch<decltype(EdgeAttributes::knots)> knotsWatch;
+  Watch<decltype(EdgeAttributes::oriented)> orientedWatch;
+  Watch<decltype(EdgeAttributes::orientation)> orientationWatch;
 };
 
 template <class Vertex>
@@ -103,6 +119,7 @@ void GraphArrays<Vertex>::update(const VertexSet& vertexSet) {
   if (valid) return;
   vertices.assign(vertexSet.begin(), vertexSet.end());
   positions.resize(vertices.size());
+  charges.resize(vertices.size());
   edges.clear();
   outBegin.assign(1, 0);
   for (std::size_t i = 0; i < vertices.size(); ++i) {
@@ -129,25 +146,27 @@ void GraphArrays<Vertex>::update(const VertexSet& vertexSet) {
     }
     inBegin.push_back(static_cast<std::uint32_t>(in.size()));
   }
+  edgesByAddress = edges;
+  std::ranges::sort(edgesByAddress);
   valid = true;
 }
 
 template <class Vertex>
 void GraphArrays<Vertex>::refresh() {
-  const bool newCharges = charge.changed(vertexAttributes().charge);
-  for (Vertex* vertex : vertices) {
-    if (!newCharges && vertex->refreshedVersion == vertex->style.version) continue;
-    vertex->charge = static_cast<float>(vertex->style.get_charge());
-    vertex->refreshedVersion = vertex->style.version;
+  for (const std::uint32_t i : stale) {
+    Vertex& vertex = *vertices[i];
+    vertex.charge = charges[i] = static_cast<float>(vertex.style.get_charge());
+    vertex.refreshedVersion = vertex.style.version;
   }
+  stale.clear();
 
   EdgeAttributes& attributes = edgeAttributes();
-  const bool newStrengths = strength.changed(attributes.strength);
-  const bool newKnots = knots.changed(attributes.knots);
-  const bool newOriented = oriented.changed(attributes.oriented);
-  const bool newOrientations = orientation.changed(attributes.orientation);
+  const bool newStrengths = strengthWatch.changed(attributes.strength);
+  const bool newKnots = knotsWatch.changed(attributes.knots);
+  const bool newOriented = orientedWatch.changed(attributes.oriented);
+  const bool newOrientations = orientationWatch.changed(attributes.orientation);
   const bool anyNew = newStrengths || newKnots || newOriented || newOrientations;
-  for (Edge* edge : edges) {
+  for (Edge* edge : edgesByAddress) {
     const bool moved = edge->refreshedVersion != edge->style.version;
     if (!moved && !anyNew) continue;
     if (moved || newKnots) edge->hasKnots = edge->style.get_knots() > 2;

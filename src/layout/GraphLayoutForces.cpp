@@ -132,21 +132,28 @@ void GraphLayout<Schema>::calculateForces(const BarnesHutRepulsionCalculator& ca
   Vector repulsion[blockSize];
   for (std::uint32_t begin = range.begin; begin < range.end; begin += blockSize) {
     const std::uint32_t end = std::min(begin + blockSize, range.end);
+    for (std::uint32_t place = begin; place < end; ++place) {
+      // Leaf order is no order of the graph's memory: what the second loop needs comes in while the first computes.
+      __builtin_prefetch(lent.leafOrder[place], 1);
+      __builtin_prefetch(arrays.outSprings(lent.leafOrdinal[place]).data());
+      __builtin_prefetch(arrays.inSprings(lent.leafOrdinal[place]).data());
+    }
     lent.field.repel({begin, end}, scratch, repulsion);
     for (std::uint32_t place = begin; place < end; ++place) {
       Vertex& vertex = *lent.leafOrder[place];
-      const Vector& x = arrays.positions[vertex.ordinal];
+      const std::uint32_t ordinal = lent.leafOrdinal[place];
+      const Vector& x = arrays.positions[ordinal];
       if (!isFinite(x)) {
         typename Spacetree::Iterator iterator;
         iterator.push(calculator.tree.rootPosition());
         calculateForcesOnVertex(&vertex, iterator);
         continue;
       }
-      for (const auto& spring : arrays.outSprings(vertex.ordinal)) {
+      for (const auto& spring : arrays.outSprings(ordinal)) {
         if (spring.pull == Arrays::Pull::none) continue;
         vertex.force += springForce(spring, x, arrays.positions[spring.other]);
       }
-      for (const auto& spring : arrays.inSprings(vertex.ordinal)) {
+      for (const auto& spring : arrays.inSprings(ordinal)) {
         if (spring.pull == Arrays::Pull::none) continue;
         vertex.force -= springForce(spring, arrays.positions[spring.other], x);
       }

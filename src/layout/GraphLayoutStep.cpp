@@ -232,7 +232,7 @@ void GraphLayout<Schema>::LayoutTaskBase::integrate(const Visitor& visitor) {
       Vertex& vertex = *lent.leafOrder[place];
       visitor(vertex);
       // The next phase sees the vertex where it is now, in a tree that stays as it was.
-      layout->arrays.positions[vertex.ordinal] = vertex.position;
+      layout->arrays.positions[lent.leafOrdinal[place]] = vertex.position;
       lent.field.moveParticle(place, vertex.position);
     }
     verticesDone += static_cast<int>(range.end - range.begin);

@@ -4,6 +4,7 @@
 #include <cassert>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <utility>
 
 // The kernels are compiled once for each instruction set; the best that the processor has is chosen as the program
@@ -86,26 +87,17 @@ HWY_INLINE std::uint32_t lanesOf(Mask mask, std::size_t shift) {
   return static_cast<std::uint32_t>(lanes) << shift;
 }
 
-/// The members that take a node for one particle: squared diagonal over squared distance below the threshold.
+/// The members that take a node for one particle.
 HWY_INLINE std::uint32_t accepting(const RepulsionGroup& group, const RepulsionField::Node& node) {
-  constexpr float threshold = 0.9025F;
-  // A product decides what is not within a few roundings of the threshold; only the rest needs the quotient.
-  constexpr float surely = threshold * (1.0F - 0x1p-19F);
-  constexpr float surelyNot = threshold * (1.0F + 0x1p-19F);
   const FloatTag d;
-  const auto diagonal = hn::Set(d, node.squaredDiagonal);
+  const auto nearest = hn::Set(d, node.acceptedFrom);
   std::uint32_t lanes = 0;
   for (std::size_t part = 0; part < groupSize; part += hn::Lanes(d)) {
     const auto x = hn::Sub(hn::Load(d, group.x + part), hn::Set(d, node.source.x));
     const auto y = hn::Sub(hn::Load(d, group.y + part), hn::Set(d, node.source.y));
     const auto z = hn::Sub(hn::Load(d, group.z + part), hn::Set(d, node.source.z));
     const auto distance = hn::Add(hn::Add(hn::Mul(x, x), hn::Mul(y, y)), hn::Mul(z, z));
-    auto accept = hn::Lt(diagonal, hn::Mul(distance, hn::Set(d, surely)));
-    const auto open = hn::Gt(diagonal, hn::Mul(distance, hn::Set(d, surelyNot)));
-    if (HWY_UNLIKELY(!hn::AllTrue(d, hn::Or(accept, open)))) {
-      accept = hn::Lt(hn::Div(diagonal, distance), hn::Set(d, threshold));
-    }
-    lanes |= lanesOf(accept, part);
+    lanes |= lanesOf(hn::Ge(distance, nearest), part);
   }
   return lanes;
 }
@@ -279,6 +271,17 @@ struct RepulsionKernels {
     }
   }
 };
+
+float RepulsionField::acceptedFrom(float diagonal) {
+  constexpr float threshold = 0.9025F;
+  constexpr float infinity = std::numeric_limits<float>::infinity();
+  const float squared = diagonal * diagonal;
+  float distance = squared / threshold;
+  // The quotient falls as the distance grows, so there is one least distance; the first guess is a rounding away.
+  while (squared / distance < threshold) distance = std::nextafter(distance, 0.0F);
+  while (!(squared / distance < threshold)) distance = std::nextafter(distance, infinity);
+  return distance;
+}
 
 RepulsionField::Range RepulsionField::rangeBelow(std::uint32_t node) const {
   const auto at = [this](std::uint32_t place) -> const Node& { return nodeAt(places.data(), place); };

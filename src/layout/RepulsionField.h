@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -36,7 +38,8 @@ public:
 
   struct Node {
     Source source;
-    float squaredDiagonal;
+    /// The least squared distance at which the opening test takes the node for one particle.
+    float acceptedFrom;
     /// The place of the first child or, in a leaf, of the first particle.
     std::uint32_t first;
     std::uint16_t childCount;
@@ -78,11 +81,11 @@ public:
     std::size_t partialCount = 0;
   };
 
-  /// Lays out `tree`, which has `nodeCount` nodes and at most `particleLimit` particles. `place(particle, index)` is
-  /// called for each particle with its place in leaf order. Node charges are those summed up in the tree, particle
-  /// charges those of now.
-  template <class Tree, class Place>
-  void layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, float forceConstant, Place place);
+  /// Lays out `tree`, which has `treeNodes` nodes and at most `particleLimit` particles. `take(slot, place)` is called
+  /// for each slot of a leaf with the particle's place in leaf order, and returns its position and charge. Node charges
+  /// are those summed up in the tree.
+  template <class Tree, class Take>
+  void layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, float forceConstant, Take take);
 
   std::uint32_t particleCount() const { return particles; }
 
@@ -110,8 +113,30 @@ public:
     return reinterpret_cast<const Node&>(places[place]);
   }
 
+  /// The opening test, squared diagonal over squared distance below 0.9025, solved for the squared distance: the least
+  /// one that passes. A comparison with it gives the outcome of the division, bit for bit.
+  static float acceptedFrom(float diagonal);
+
 private:
   friend struct RepulsionKernels;
+
+  /// Remembers the distance of each size of node, of which there is one a level.
+  class OpeningDistances {
+  public:
+    float from(float diagonal) {
+      Entry& entry = entries[std::bit_cast<std::uint32_t>(diagonal) >> 23];
+      if (entry.diagonal != diagonal) entry = {diagonal, acceptedFrom(diagonal)};
+      return entry.distance;
+    }
+
+  private:
+    struct Entry {
+      float diagonal = -1.0F;
+      float distance = 0.0F;
+    };
+
+    std::array<Entry, 256> entries;
+  };
 
   std::uint32_t particles = 0;
   std::uint32_t root = 0;
@@ -120,9 +145,9 @@ private:
   std::vector<float> charges;
 };
 
-template <class Tree, class Place>
+template <class Tree, class Take>
 void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, float forceConstant,
-                            Place place) {
+                            Take take) {
   struct Entry {
     typename Tree::Node* node;
     std::uint32_t place;
@@ -134,6 +159,7 @@ void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t
   places.resize(root + placesOfNode * nodeCount);
   charges.resize(particleLimit);
   particles = 0;
+  OpeningDistances opening;
   std::uint32_t end = root + placesOfNode;
   std::vector<Entry> stack{{tree.root, root, 0}};
   while (!stack.empty()) {
@@ -142,7 +168,7 @@ void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t
     stack.pop_back();
     node->layoutIndex = entry.place;
     Node flat{{node->centre[0], node->centre[1], node->centre[2], -forceConstant * node->charge},
-              node->diagonal * node->diagonal,
+              opening.from(node->diagonal),
               particles,
               0,
               0,
@@ -159,12 +185,11 @@ void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t
       if (flat.childCount > 0) flat.first = end;
       for (std::size_t i = 1; i <= flat.childCount; ++i, end += placesOfNode) stack[stack.size() - i].place = end;
     } else {
-      for (int i = 0; i < Tree::Node::slotCount && node->children[static_cast<std::size_t>(i)] != nullptr; ++i) {
-        auto* particle = node->particle(i);
-        places[particles] = {particle->position[0], particle->position[1], particle->position[2],
-                             -forceConstant * particle->charge};
-        charges[particles] = particle->charge;
-        place(particle, particles);
+      for (void*& slot : node->children) {
+        if (slot == nullptr) break;
+        const auto [position, charge] = take(slot, particles);
+        places[particles] = {position[0], position[1], position[2], -forceConstant * charge};
+        charges[particles] = charge;
         ++particles;
         ++flat.particleCount;
       }

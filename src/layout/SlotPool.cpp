@@ -11,6 +11,9 @@ namespace {
 constexpr std::size_t firstBlockSlots = 256;
 constexpr std::size_t slotAlignment = alignof(void*);
 
+/// A block starts on a cache line, and so does each slot whose size is a multiple of one.
+constexpr std::align_val_t blockAlignment{64};
+
 }  // namespace
 
 SlotPool::SlotPool(std::size_t bytes)
@@ -18,7 +21,7 @@ SlotPool::SlotPool(std::size_t bytes)
 
 SlotPool::~SlotPool() {
   assert(live == 0 && "a pool dies before its objects");
-  for (const Block& block : blocks) ::operator delete(block.memory);
+  for (const Block& block : blocks) ::operator delete(block.memory, blockAlignment);
 }
 
 void* SlotPool::allocate() {

@@ -87,7 +87,10 @@ TEST(BulkInsertion, makesTheTreeThatOneInsertionAfterTheOtherMakes) {
     }
     bulk.clear();
     const Captured errors(std::cerr);
-    insertion.fill(bulk, pointers);
+    std::size_t visited = 0;
+    insertion.fill(bulk, pointers, [&](std::uint32_t index) { EXPECT_EQ(index, visited++); });
+    insertion.settle(bulk);
+    EXPECT_EQ(visited, pointers.size());
     EXPECT_EQ(errors.text(), warnings);
     EXPECT_EQ(bulk.nodeCount(), single.nodeCount());
     expectSame(bulk.root, single.root);

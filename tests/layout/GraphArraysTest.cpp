@@ -78,11 +78,15 @@ TEST(GraphArrays, followEveryChangeOfTheGraphAndOfItsAttributes) {
         }
     }
     arrays.update(layout.vertices);
+    arrays.beginReading();
+    for (std::size_t i = 0; i < arrays.vertices.size(); ++i) arrays.read(i);
     arrays.refresh();
     ASSERT_EQ(arrays.vertices.size(), layout.vertices.size());
     for (std::size_t i = 0; i < arrays.vertices.size(); ++i) {
       const auto* v = arrays.vertices[i];
       ASSERT_EQ(v->charge, static_cast<float>(v->style.get_charge()));
+      ASSERT_EQ(arrays.charges[i], v->charge);
+      ASSERT_EQ(arrays.positions[i], v->position);
       for (const auto* edge : v->outEdges) {
         ASSERT_EQ(edge->strength, static_cast<float>(edge->style.get_strength()));
         ASSERT_EQ(edge->hasKnots, edge->style.get_knots() > 2);
