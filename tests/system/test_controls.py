@@ -155,6 +155,7 @@ def test_the_time_step_keys_change_the_pace(display, pair, program):
     """With the step nearly at nothing the pair no longer moves; the steps back bring it to its place."""
     settle(display)
     display.key(*["minus"] * 60)
+    program.report()                            # all those keys have been heard
     pair.set_edge_attribute(3, "strength", "0.1")
     before = display.picture()
     assert stays(lambda: display.picture().difference(before).count < 30, 1)
