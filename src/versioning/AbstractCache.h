@@ -14,7 +14,8 @@ namespace quorel {
 /// An entry holds where the owner keeps the value, not a copy. Emptying is the start of a new epoch: entries of earlier
 /// ones are not in the cache any more and their next read is a miss, but as long as no version has come between them
 /// and their holder since they were made, the miss finds its answer in them.
-/// When the epochs run out, all is forgotten once. `Owner` offers `std::uint32_t resolve(Version*)`.
+/// When the epochs run out, all is forgotten once. `Owner` offers `std::uint32_t resolve(Version*)`, which is asked where
+/// no answer is known.
 /// Invariants: (1) an entry is in the cache exactly if its epoch is the present one;
 ///             (2) an entry is true exactly if its epoch is not before `trueSince`.
 /// Threading:  as the owner.
@@ -35,7 +36,7 @@ public:
   std::uint32_t get(Version* version) {
     if (bypass > 0) [[unlikely]] {
       --bypass;
-      return owner.resolve(version);
+      return knownEntry(version).answer;
     }
     const CacheEntry entry = entries.read(version->index);
     if (entry.epoch == epoch) [[likely]] {
@@ -77,6 +78,9 @@ private:
     std::uint32_t answer = 0;
   };
 
+  /// An entry that is true; not in the cache if it was not.
+  CacheEntry& knownEntry(Version* version);
+
   std::uint32_t miss(Version* version);
 
   Owner& owner;
@@ -106,11 +110,18 @@ void AbstractCache<Owner, Epoch>::flush() {
 }
 
 template <class Owner, class Epoch>
+auto AbstractCache<Owner, Epoch>::knownEntry(Version* version) -> CacheEntry& {
+  CacheEntry& entry = entries.write(version->index);
+  if (entry.epoch < trueSince) entry = {static_cast<Epoch>(epoch - 1), owner.resolve(version)};
+  return entry;
+}
+
+template <class Owner, class Epoch>
 std::uint32_t AbstractCache<Owner, Epoch>::miss(Version* version) {
-  const std::uint32_t answer = owner.resolve(version);
-  ++misses;
-  entries.write(version->index) = {epoch, answer};
-  if (misses == flushMisses) flush();
+  CacheEntry& entry = knownEntry(version);
+  const std::uint32_t answer = entry.answer;
+  entry.epoch = epoch;
+  if (++misses == flushMisses) flush();
   return answer;
 }
 

@@ -103,8 +103,7 @@ template <class T>
 std::uint32_t Retro<T>::resolve(Version* version) {
   // Up to the first version that has a value or of which the answer is known. The order of the tree is not needed for
   // this, and each version on the way is passed once after a change: the first pass over a whole graph is linear.
-  std::uint32_t answer = 0;
-  if (cache.recall(version, answer)) return answer;
+  std::uint32_t answer;
   Version* reached = version;
   int steps = 0;
   do {
@@ -117,7 +116,6 @@ std::uint32_t Retro<T>::resolve(Version* version) {
     reached = reached->parent;
   } while (!cache.recall(reached, answer));
   for (Version* passed = version; passed != reached; passed = passed->parent) cache.remember(passed, answer);
-  cache.remember(reached, answer);
   return answer;
 }
 
