@@ -28,6 +28,41 @@ class NullBuffer : public std::streambuf {
   std::streamsize xsputn(const char*, std::streamsize n) override { return n; }
 };
 
+/// A method, the types of its arguments, and the same call past the parser.
+struct Method {
+  const char* name;
+  const char* types;
+  int (*call)(GraphProxy& proxy, const int* integers, const std::string* texts);
+};
+
+#define METHOD(name, types, arguments)                                                                \
+  {                                                                                                   \
+    "tessarel." #name, types,                                                                         \
+        [](GraphProxy& proxy, [[maybe_unused]] const int* i, [[maybe_unused]] const std::string* t) { \
+          return proxy.tessarel_##name arguments;                                                     \
+        }                                                                                             \
+  }
+
+const Method methods[] = {
+    METHOD(new_vertex_w_id, "i", (i[0])),
+    METHOD(new_vertex, "", ()),
+    METHOD(new_edge_w_id, "iii", (i[0], i[1], i[2])),
+    METHOD(new_edge, "ii", (i[0], i[1])),
+    METHOD(remove_vertex, "i", (i[0])),
+    METHOD(remove_edge, "i", (i[0])),
+    METHOD(clear, "", ()),
+    METHOD(set_vertex_attribute, "iss", (i[0], t[0].c_str(), t[1].c_str())),
+    METHOD(set_vertex_style_attribute, "iss", (i[0], t[0].c_str(), t[1].c_str())),
+    METHOD(new_vertex_style, "i", (i[0])),
+    METHOD(new_vertex_style_w_id, "ii", (i[0], i[1])),
+    METHOD(change_vertex_style, "ii", (i[0], i[1])),
+    METHOD(set_edge_attribute, "iss", (i[0], t[0].c_str(), t[1].c_str())),
+    METHOD(set_edge_style_attribute, "iss", (i[0], t[0].c_str(), t[1].c_str())),
+    METHOD(new_edge_style, "i", (i[0])),
+    METHOD(new_edge_style_w_id, "ii", (i[0], i[1])),
+    METHOD(change_edge_style, "ii", (i[0], i[1])),
+};
+
 /// The server without its sockets, for all inputs of the process.
 class Target {
 public:
@@ -50,6 +85,10 @@ public:
     xmlrpc_env_clean(&call);
   }
 
+  void call(const Method& method, const int* integers, const std::string* texts) {
+    method.call(proxy, integers, texts);
+  }
+
   void frame() { proxy.poll(); }
 
   /// Checks the whole state, and now and then starts over, for what is left behind by `clear` stays in memory.
@@ -69,29 +108,6 @@ private:
   xmlrpc_env env;
   xmlrpc_registry* registry;
 };
-
-constexpr struct {
-  const char* name;
-  const char* types;
-} methods[] = {{"tessarel.new_vertex_w_id", "i"},
-               {"tessarel.new_vertex", ""},
-               {"tessarel.new_edge_w_id", "iii"},
-               {"tessarel.new_edge", "ii"},
-               {"tessarel.remove_vertex", "i"},
-               {"tessarel.remove_edge", "i"},
-               {"tessarel.clear", ""},
-               {"tessarel.set_vertex_attribute", "iss"},
-               {"tessarel.set_vertex_style_attribute", "iss"},
-               {"tessarel.new_vertex_style", "i"},
-               {"tessarel.new_vertex_style_w_id", "ii"},
-               {"tessarel.change_vertex_style", "ii"},
-               {"tessarel.set_edge_attribute", "iss"},
-               {"tessarel.set_edge_style_attribute", "iss"},
-               {"tessarel.new_edge_style", "i"},
-               {"tessarel.new_edge_style_w_id", "ii"},
-               {"tessarel.change_edge_style", "ii"},
-               {"system.methodHelp", "s"},
-               {"system.methodSignature", "s"}};
 
 constexpr const char* words[] = {
     "arrow", "arrow_position", "arrow_length", "arrow_radius", "arrow_reverse", "color", "colour", "fontcolor",
@@ -122,8 +138,7 @@ public:
     if (first < std::size(words)) return words[first];
     std::string free;
     for (unsigned length = first % 16; length > 0 && !done(); --length) {
-      const char c = static_cast<char>(byte());
-      free += c == '<' || c == '&' ? std::string("&#") + std::to_string(c) + ";" : std::string(1, c);
+      free += static_cast<char>(byte());
     }
     return first == 0xfe ? std::string(4090, 'x') + free : free;
   }
@@ -133,21 +148,41 @@ private:
   const std::uint8_t* end;
 };
 
+std::string escaped(const std::string& text) {
+  std::string out;
+  for (const char c : text) out += c == '<' || c == '&' ? "&#" + std::to_string(c) + ";" : std::string(1, c);
+  return out;
+}
+
 void run(Target& target, Program program) {
-  for (int calls = 0; calls < 20 && !program.done(); ++calls) {
+  for (int calls = 0; calls < 40 && !program.done(); ++calls) {
     const unsigned what = program.byte();
     if (what % 32 >= std::size(methods)) {
       target.frame();
       continue;
     }
-    const auto& method = methods[what % 32];
-    std::string body = std::string("<methodCall><methodName>") + method.name + "</methodName><params>";
+    const Method& method = methods[what % 32];
+    int integers[3] = {};
+    std::string texts[2];
+    int integerCount = 0;
+    int textCount = 0;
+    std::string parameters;
+    const bool throughParser = what >= 0xe0;
     for (const char* type = method.types; *type != '\0'; ++type) {
-      body += "<param><value>";
-      body += *type == 'i' ? "<int>" + std::to_string(program.integer()) + "</int>" : program.text();
-      body += "</value></param>";
+      if (*type == 'i') {
+        const int integer = integers[integerCount++] = program.integer();
+        if (throughParser) parameters += "<param><value><int>" + std::to_string(integer) + "</int></value></param>";
+      } else {
+        const std::string& text = texts[textCount++] = program.text();
+        if (throughParser) parameters += "<param><value>" + escaped(text) + "</value></param>";
+      }
     }
-    target.receive(body + "</params></methodCall>");
+    if (throughParser) {
+      target.receive(std::string("<methodCall><methodName>") + method.name + "</methodName><params>" + parameters +
+                     "</params></methodCall>");
+    } else {
+      target.call(method, integers, texts);
+    }
   }
 }
 
