@@ -14,8 +14,8 @@ namespace quorel {
 /// An entry holds where the owner keeps the value, not a copy. Emptying is the start of a new epoch: entries of earlier
 /// ones are not in the cache any more and their next read is a miss, but as long as no version has come between them
 /// and their holder since they were made, the miss finds its answer in them.
-/// When the epochs run out, all is forgotten once. `Owner` offers `std::uint32_t resolve(Version*)`, which is asked where
-/// no answer is known.
+/// When the epochs run out, all is forgotten once. `Owner` offers `std::uint32_t resolve(Version*)`, which is asked
+/// where no answer is known.
 /// Invariants: (1) an entry is in the cache exactly if its epoch is the present one;
 ///             (2) an entry is true exactly if its epoch is not before `trueSince`.
 /// Threading:  as the owner.
