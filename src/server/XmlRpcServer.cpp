@@ -29,7 +29,7 @@ namespace {
 /// by a second and more.
 constexpr int backlog = 128;
 
-/// The parser needs about 400 bytes of stack a level of nesting and the library a few thousand for a value.
+/// The library takes 10 kB of it to read the deepest request that is let through; the rest is for what the handlers do.
 constexpr std::size_t handlerStackBytes = 1 << 20;
 
 /// Longest request. A batch of some sixteen thousand calls fits; more would only let one client take more memory.
