@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <bit>
 #include <cstddef>
@@ -17,7 +18,9 @@ namespace quorel {
 ///
 /// The octants of a particle at all levels are worked out at once, as a Morton key. Levels that all particles of a root
 /// octant share are skipped on the way down, and get their summary at the end; so does what only the last particle
-/// decides, the centre and the diagonal. Sums are taken in the order of insertion, as the plain way does.
+/// decides, the centre and the diagonal. Below them two levels are summed up in small tables while the particles are
+/// sorted into buckets, and each bucket then fills a subtree that fits the nearest cache. Sums are taken in the order of
+/// insertion, as the plain way does.
 /// Once filled, the leaves hold marks instead of particles: whoever goes through the tree next, and has use for the index
 /// of a particle, settles them.
 /// Where more than eight particles share a key the depth limit of the plain way may drop some of them, and it does the
@@ -71,6 +74,33 @@ private:
     /// The deepest node that holds them all, where the way down begins.
     Node* start = nullptr;
     int level = 0;
+
+    /// Whether there are particles and levels enough to go by buckets.
+    bool isLarge() const { return count > Node::slotCount && level + bucketLevels <= keyLevels; }
+  };
+
+  /// A bucket holds what is in one node this many levels below the start of its root octant.
+  static constexpr int bucketLevels = 2;
+  static constexpr std::size_t bucketsAnOctant = 64;
+
+  /// A node in the making.
+  struct Sum {
+    Moment moment{};
+    std::uint32_t count = 0;
+
+    void add(const Moment& one) {
+      moment.x += one.x;
+      moment.y += one.y;
+      moment.z += one.z;
+      moment.charge += one.charge;
+      ++count;
+    }
+
+    void store(Node& node) const {
+      node.count = static_cast<int>(count);
+      node.charge = moment.charge;
+      node.chargeMoment = {moment.x, moment.y, moment.z};
+    }
   };
 
   static std::uint64_t keyOf(const TinyVector<float, 3>& position);
@@ -82,6 +112,8 @@ private:
 
   /// Inserts what was read; false, with the tree in pieces, where keys do not tell the particles apart.
   bool insertAll(Tree& tree);
+  bool fillBuckets(Tree& tree);
+  bool emptyBuckets(Tree& tree);
   bool insertBelow(Node* node, int level, std::uint32_t index, typename Node::Arena& arena);
   void makeChain(Tree& tree, RootOctant& octant);
   void finish(Tree& tree);
@@ -116,7 +148,17 @@ private:
   std::vector<std::uint64_t> keys;
   std::vector<Moment> moments;
 
+  static constexpr std::uint16_t noBucket = 0xffff;
+  std::vector<std::uint16_t> bucketOf;
+  /// The particles of the large octants by buckets.
+  std::vector<std::uint32_t> sorted;
+
   std::array<RootOctant, 8> octants;
+  /// Of the start of each octant and of the level below it.
+  std::array<Sum, 8> startSums;
+  std::array<Sum, 64> middleSums;
+  /// First the size of each bucket, then where it begins in `sorted`, then where it ends.
+  std::array<std::uint32_t, 8 * bucketsAnOctant> bucketEnds{};
   std::array<float, keyLevels + 1> diagonals{};
 };
 
@@ -224,10 +266,82 @@ bool BulkInsertion<Summary, Particle>::insertAll(Tree& tree) {
     makeChain(tree, octant);
     if (octant.level == keyLevels && octant.count > Node::slotCount) return false;
   }
+  return fillBuckets(tree) && emptyBuckets(tree);
+}
+
+/// Sums up the root and two levels of each large octant in the order of insertion, sorts the particles of those into
+/// buckets, and inserts the others.
+template <class Summary, class Particle>
+bool BulkInsertion<Summary, Particle>::fillBuckets(Tree& tree) {
+  const auto count = static_cast<std::uint32_t>(particles.size());
+  Sum rootSum;
+  startSums.fill({});
+  middleSums.fill({});
+  bucketEnds.fill(0);
+  bucketOf.resize(count);
+  std::array<int, 8> shifts{};
+  for (std::size_t o = 0; o < 8; ++o) shifts[o] = 3 * (keyLevels - octants[o].level - bucketLevels);
   for (std::uint32_t i = 0; i < count; ++i) {
-    add(root, i);
-    const RootOctant& octant = octants[static_cast<std::size_t>(octantAt(keys[i], 1))];
-    if (!insertBelow(octant.start, octant.level, i, tree.arena)) return false;
+    const Moment moment = moments[i];
+    rootSum.add(moment);
+    const auto o = static_cast<std::size_t>(octantAt(keys[i], 1));
+    if (!octants[o].isLarge()) {
+      bucketOf[i] = noBucket;
+      if (!insertBelow(octants[o].start, octants[o].level, i, tree.arena)) return false;
+      continue;
+    }
+    const std::size_t bucket = o * bucketsAnOctant + ((keys[i] >> shifts[o]) & (bucketsAnOctant - 1));
+    startSums[o].add(moment);
+    middleSums[bucket / 8].add(moment);
+    bucketOf[i] = static_cast<std::uint16_t>(bucket);
+    ++bucketEnds[bucket];
+  }
+  rootSum.store(*tree.root);
+
+  std::uint32_t end = 0;
+  for (std::uint32_t& bucketEnd : bucketEnds) {
+    const std::uint32_t begin = end;
+    end += bucketEnd;
+    bucketEnd = begin;
+  }
+  sorted.resize(count);
+  for (std::uint32_t i = 0; i < count; ++i) {
+    if (bucketOf[i] != noBucket) sorted[bucketEnds[bucketOf[i]]++] = i;
+  }
+  return true;
+}
+
+/// Makes the two levels that were summed up, and the subtrees below them.
+template <class Summary, class Particle>
+bool BulkInsertion<Summary, Particle>::emptyBuckets(Tree& tree) {
+  std::uint32_t next = 0;
+  for (std::size_t o = 0; o < 8; ++o) {
+    const RootOctant& octant = octants[o];
+    if (!octant.isLarge()) continue;
+    startSums[o].store(*octant.start);
+    octant.start->isInternal = true;
+    for (int i = 0; i < 8; ++i) {
+      const std::size_t middle = 8 * o + static_cast<std::size_t>(i);
+      const std::uint32_t middleCount = middleSums[middle].count;
+      if (middleCount == 0) continue;
+      Node* node = child(octant.start, i, octant.level + 1, tree.arena);
+      middleSums[middle].store(*node);
+      if (middleCount <= Node::slotCount) {
+        // Its particles lie in order of the buckets; a leaf has them in order of insertion.
+        std::sort(sorted.begin() + next, sorted.begin() + next + middleCount);
+        for (std::size_t slot = 0; slot < middleCount; ++slot) node->children[slot] = mark(sorted[next++]);
+        continue;
+      }
+      node->isInternal = true;
+      for (int j = 0; j < 8; ++j) {
+        const std::uint32_t end = bucketEnds[8 * middle + static_cast<std::size_t>(j)];
+        if (next == end) continue;
+        Node* below = child(node, j, octant.level + bucketLevels, tree.arena);
+        for (; next != end; ++next) {
+          if (!insertBelow(below, octant.level + bucketLevels, sorted[next], tree.arena)) return false;
+        }
+      }
+    }
   }
   return true;
 }
