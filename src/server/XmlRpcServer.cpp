@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <iostream>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -29,11 +30,15 @@ namespace {
 /// by a second and more.
 constexpr int backlog = 128;
 
-/// The library takes 10 kB of it to read the deepest request that is let through; the rest is for what the handlers do.
+/// The library takes 11 kB of it to read the deepest request that is let through; the rest is for what the handlers do.
 constexpr std::size_t handlerStackBytes = 1 << 20;
 
 /// Longest request. A batch of some sixteen thousand calls fits; more would only let one client take more memory.
 constexpr std::size_t longestRequestBytes = std::size_t{4} << 20;
+
+/// A request takes up to 45 times its size while it is read. Those above this size are read one at a time, so that many of
+/// the longest at once do not take all memory.
+constexpr std::size_t largeRequestBytes = std::size_t{512} << 10;
 
 /// How long a connection may be silent, within a request or between two, and how long it may leave an answer unread,
 /// before its thread is wanted back.
@@ -96,6 +101,9 @@ void process(xmlrpc_env* env, void* registry, const char* body, std::size_t size
              xmlrpc_mem_block** answer) {
   const char* reason = reasonToRefuse(std::string_view(body, size));
   if (reason == nullptr) {
+    static std::mutex& large = *new std::mutex;
+    const std::unique_lock<std::mutex> hold =
+        size > largeRequestBytes ? std::unique_lock(large) : std::unique_lock<std::mutex>();
     xmlrpc_registry_process_call2(env, static_cast<xmlrpc_registry*>(registry), body, size, nullptr, answer);
     return;
   }
