@@ -69,6 +69,15 @@ alignas(64) constexpr std::uint64_t countByOne[longestRun] = {0, 1, 2, 3, 4, 5, 
 alignas(64) constexpr std::uint64_t countByTwo[longestRun] = {0, 2, 4, 6, 8, 10, 12, 14};
 static_assert(RepulsionField::placesOfNode == 2);
 
+alignas(64) constexpr std::uint32_t counting[longestRun] = {0, 1, 2, 3, 4, 5, 6, 7};
+
+HWY_INLINE void writeRun(std::uint32_t* list, std::uint32_t first) {
+  const hn::CappedTag<std::uint32_t, longestRun> d;
+  for (std::size_t i = 0; i < longestRun; i += hn::Lanes(d)) {
+    hn::StoreU(hn::Add(hn::Set(d, first), hn::Load(d, counting + i)), d, list + i);
+  }
+}
+
 HWY_INLINE void writeRun(std::uint64_t* list, std::uint64_t first, const std::uint64_t* steps) {
   const EntryTag d;
   for (std::size_t i = 0; i < longestRun; i += hn::Lanes(d)) {
@@ -130,10 +139,12 @@ void walk(const RepulsionField::Source* field, std::uint32_t root, const Repulsi
       *partialEnd = entry(place, accept);
       partialEnd += accept - 1U < all - 1U;  // some, but not all
 
+      // All ones if anybody opens the node; a comparison would become a jump.
+      const auto opened = static_cast<std::uint32_t>(-static_cast<std::int32_t>(open) >> 31);
       *leafEnd = entry(place, open);
-      leafEnd += open != 0 ? node.isLeaf : 0;
+      leafEnd += node.isLeaf & opened;
       writeRun(belowEnd, entry(node.first, open), countByTwo);
-      belowEnd += open != 0 ? node.childCount : 0;
+      belowEnd += node.childCount & opened;
     }
     std::swap(level, below);
     levelEnd = belowEnd;
@@ -142,10 +153,11 @@ void walk(const RepulsionField::Source* field, std::uint32_t root, const Repulsi
   for (const std::uint64_t* here = scratch.leaves.get(); here != leafEnd; ++here) {
     const RepulsionField::Node& leaf = RepulsionField::nodeAt(field, placeOf(*here));
     const std::uint32_t open = membersOf(*here);
-    const std::uint32_t end = leaf.first + leaf.particleCount;
-    if (HWY_UNLIKELY(leaf.first < group.range.end && end > group.range.begin)) {
+    const std::uint32_t first = leaf.first;
+    const std::uint32_t count = leaf.particleCount;
+    if (HWY_UNLIKELY(first < group.range.end && first + count > group.range.begin)) {
       // No member repels itself.
-      for (std::uint32_t particle = leaf.first; particle < end; ++particle) {
+      for (std::uint32_t particle = first; particle < first + count; ++particle) {
         const std::uint32_t self = particle - group.range.begin;
         const std::uint32_t others = self < groupSize ? open & ~(1U << self) : open;
         *partialEnd = entry(particle, others);
@@ -153,10 +165,11 @@ void walk(const RepulsionField::Source* field, std::uint32_t root, const Repulsi
       }
       continue;
     }
-    for (std::uint32_t k = 0; k < longestRun; ++k) sharedEnd[k] = leaf.first + k;
-    sharedEnd += open == all ? leaf.particleCount : 0;
-    writeRun(partialEnd, entry(leaf.first, open), countByOne);
-    partialEnd += open == all ? 0 : leaf.particleCount;
+    const auto byAll = static_cast<std::uint32_t>((static_cast<std::int32_t>(open ^ all) - 1) >> 31);
+    writeRun(sharedEnd, first);
+    sharedEnd += count & byAll;
+    writeRun(partialEnd, entry(first, open), countByOne);
+    partialEnd += count & ~byAll;
   }
   scratch.sharedCount = static_cast<std::size_t>(sharedEnd - scratch.shared.get());
   scratch.partialCount = static_cast<std::size_t>(partialEnd - scratch.partial.get());
