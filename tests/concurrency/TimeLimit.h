@@ -26,8 +26,8 @@ public:
     {
       const std::lock_guard hold(mutex);
       over = true;
+      ended.notify_one();
     }
-    ended.notify_one();
     guard.join();
   }
 
