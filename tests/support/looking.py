@@ -17,7 +17,7 @@ def steady(display, spots, seconds=30):
     def rests():
         now = spots(display.picture())
         seen.append(now.box)
-        return now if now.count and len(seen) > 8 and len(set(seen[-8:])) == 1 else None
+        return now if now.count and len(seen) > 6 and len(set(seen[-6:])) == 1 else None
     return wait_until(rests, "a steady picture", seconds, 0.05)
 
 

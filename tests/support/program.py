@@ -80,8 +80,7 @@ class Program:
 
     def wait_until_answering(self):
         def answers():
-            if self.process.poll() is not None:
-                raise AssertionError(f"ended with {self.process.returncode}: {self.output.lines + self.errors.lines}")
+            self.must_be_alive()
             try:
                 with xmlrpc.client.ServerProxy(URL) as server:
                     return "tessarel.clear" in server.system.listMethods()
@@ -116,6 +115,10 @@ class Program:
 
     def alive(self):
         return self.process.poll() is None
+
+    def must_be_alive(self):
+        status = self.process.poll()
+        assert status is None, "\n".join([f"the program has ended with status {status}", *self.errors.lines[-80:]])
 
     def wait(self, seconds=10.0):
         """Waits for the end and returns the status; fails if it does not come or the process complained of itself."""

@@ -24,13 +24,13 @@ def program(display):
     """One running server for all checks of a file; it must be alive at the end, and end as it should."""
     server = Program(display)
     yield server
-    assert server.alive(), server.errors.lines[-80:]
+    server.must_be_alive()
     server.terminate()
 
 
 @pytest.fixture
 def graph(program):
     """A client of the running server, and an empty graph."""
-    assert program.alive(), program.errors.lines[-80:]
+    program.must_be_alive()
     program.client.clear()
     return program.client
