@@ -38,7 +38,7 @@ void* SlotPool::allocate() {
   }
   if (currentBlock == blocks.size()) {
     const std::size_t slotCount = blocks.empty() ? firstBlockSlots : 2 * blocks.back().slotCount;
-    blocks.push_back({static_cast<std::byte*>(::operator new(slotCount* slotBytes)), slotCount});
+    blocks.push_back({static_cast<std::byte*>(::operator new(slotCount * slotBytes, blockAlignment)), slotCount});
   }
   return blocks[currentBlock].memory + slotBytes * usedInBlock++;
 }
