@@ -18,17 +18,17 @@ class Display:
 
     def __init__(self, width=1024, height=768):
         self.size = width, height
+        # A number that nobody else takes, in whatever network: screens of one number share files in /tmp.
+        self.name = f":{1000 + os.getpid()}"
         read_end, write_end = os.pipe()
         self.process = subprocess.Popen(
-            ["Xvfb", "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp",
+            ["Xvfb", self.name, "-displayfd", str(write_end), "-screen", "0", f"{width}x{height}x24", "-nolisten", "tcp",
              "-noreset"],
             pass_fds=[write_end], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         os.close(write_end)
-        with os.fdopen(read_end) as file:
-            number = file.readline().strip()
-        if not number:
-            raise RuntimeError("Xvfb does not start")
-        self.name = ":" + number
+        with os.fdopen(read_end) as file:       # written when it is ready
+            if not file.readline():
+                raise RuntimeError(f"Xvfb {self.name} does not start")
 
     def stop(self):
         self.process.terminate()

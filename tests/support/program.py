@@ -3,6 +3,7 @@ import os
 import pathlib
 import re
 import signal
+import socket
 import subprocess
 import threading
 import time
@@ -13,6 +14,7 @@ from support.waiting import SLOWNESS, wait_until
 PORT = 20738
 URL = f"http://127.0.0.1:{PORT}/RPC2"
 BINARY = os.environ.get("TESSAREL") or str(pathlib.Path(__file__).resolve().parents[2] / "build/release/src/tessarel")
+socket.setdefaulttimeout(30 * SLOWNESS)            # a call that hangs is a failure, not a pause
 COMPLAINTS = re.compile(r"Sanitizer|runtime error:|Assertion|terminate called|^X Error|freeglut.*ERROR")
 
 
