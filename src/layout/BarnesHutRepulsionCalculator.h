@@ -50,7 +50,7 @@ public:
   template <class Iterator>
   BarnesHutRepulsionCalculator(Iterator first, Iterator last);
 
-  BarnesHutRepulsionCalculator(Arrays& arrays, Memory& lent, float forceConstant);
+  BarnesHutRepulsionCalculator(Arrays& arrays, Memory& lent);
 
 private:
   static void refresh(Vertex& vertex);
@@ -77,7 +77,7 @@ BarnesHutRepulsionCalculator<Vertex>::BarnesHutRepulsionCalculator(Iterator firs
 }
 
 template <class Vertex>
-BarnesHutRepulsionCalculator<Vertex>::BarnesHutRepulsionCalculator(Arrays& arrays, Memory& lent, float forceConstant)
+BarnesHutRepulsionCalculator<Vertex>::BarnesHutRepulsionCalculator(Arrays& arrays, Memory& lent)
     : tree(lent.tree), memory(&lent) {
   const std::lock_guard<MultiLockable> hold(globalStyleLock);
   const std::lock_guard<MultiLockable> holdAgain(globalStyleLock);
@@ -90,7 +90,7 @@ BarnesHutRepulsionCalculator<Vertex>::BarnesHutRepulsionCalculator(Arrays& array
   lent.leafOrder.resize(size);
   lent.leafOrdinal.resize(size);
   lent.leafPlace.assign(size, Memory::noPlace);
-  lent.field.layOut(tree, tree.nodeCount(), size, forceConstant, [&](void*& slot, std::uint32_t place) {
+  lent.field.layOut(tree, tree.nodeCount(), size, [&](void*& slot, std::uint32_t place) {
     const std::uint32_t ordinal = lent.insertion.settle(slot);
     lent.leafOrder[place] = arrays.vertices[ordinal];
     lent.leafOrdinal[place] = ordinal;

@@ -12,6 +12,7 @@
 #include "layout/GraphArrays.h"
 #include "layout/LayoutSchema.h"
 #include "layout/RepulsionField.h"
+#include "layout/RepulsionLaw.h"
 #include "layout/Vertex.h"
 #include "versioning/EdgeStyle.h"
 #include "versioning/VertexStyle.h"
@@ -56,10 +57,8 @@ public:
 
   /// Distance at which the spring of a strength-1 edge and the repulsion of its two charge-1 vertices balance.
   static inline float pairDistance = 0.75F;
-  /// Scale of the repulsion. A larger one blows all layouts up.
-  static constexpr float forceConstant = 0.01F;
-  /// Softening of the repulsion at short range, added to the squared distance.
-  static constexpr float repulsionEpsilon = 0.05F;
+  static constexpr float forceConstant = RepulsionLaw::forceConstant;
+  static constexpr float repulsionEpsilon = RepulsionLaw::epsilon;
 
   GraphLayout();
   virtual ~GraphLayout();

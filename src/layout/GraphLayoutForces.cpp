@@ -1,12 +1,11 @@
 #include <algorithm>
-#include <bit>
 #include <cmath>
-#include <cstdint>
 #include <iostream>
 #include <syncstream>
 #include <vector>
 
 #include "layout/GraphLayout.h"
+#include "layout/RepulsionLaw.h"
 
 namespace quorel {
 
@@ -14,17 +13,8 @@ namespace {
 
 using Vector = TinyVector<float, 3>;
 
-/// A node whose squared diagonal is below this part of its squared distance acts as one particle: 0.95 squared.
-constexpr float openingThreshold = 0.9025F;
-
 /// Gain of the push that keeps the source of an oriented edge ahead of its target.
 constexpr float orientedGain = 4.0F;
-
-/// 1/sqrt(r) to about one part in 600: a seed from the bits of the float, and one Newton step.
-float reciprocalRoot(float r) {
-  const float y = std::bit_cast<float>(0x5f3759dfU - (std::bit_cast<std::uint32_t>(r) >> 1));
-  return y * (1.5F - 0.5F * r * y * y);
-}
 
 /// The force that an edge exerts on its source; its target feels the opposite.
 Vector pullOf(const LayoutEdge& edge, const Vector& source, const Vector& target, float springConstant,
@@ -92,7 +82,7 @@ void GraphLayout<Schema>::calculateForcesOnVertex(Vertex* v, typename Spacetree:
   Vector force = v->force;
   const auto repel = [&](float charge, const Vector& position) {
     const Vector d = position - x;
-    const float y = reciprocalRoot(dot(d, d) + repulsionEpsilon);
+    const float y = RepulsionLaw::reciprocalRoot(dot(d, d) + repulsionEpsilon);
     force += (ownCharge * (-forceConstant * charge) * (y * y * y)) * d;
   };
   while (!iterator.empty()) {
@@ -105,7 +95,7 @@ void GraphLayout<Schema>::calculateForcesOnVertex(Vertex* v, typename Spacetree:
     const auto& node = *position.node;
     const Vector e = x - node.centre;
     const float t = node.diagonal * node.diagonal / dot(e, e);
-    if (t < openingThreshold) {
+    if (t < RepulsionLaw::openingThreshold) {
       repel(node.charge, node.centre);
     } else {
       Spacetree::expand(position, iterator);

@@ -81,7 +81,7 @@ void GraphLayout<Schema>::evaluateForcesSerially() {
 template <class Schema>
 auto GraphLayout<Schema>::buildTree() -> BarnesHutRepulsionCalculator {
   arrays.update(this->vertices);
-  return BarnesHutRepulsionCalculator(arrays, memory, forceConstant);
+  return BarnesHutRepulsionCalculator(arrays, memory);
 }
 
 template <class Schema>
@@ -127,10 +127,17 @@ void GraphLayout<Schema>::parallelStep2(float dt, GraphLayoutTask* renderJob) {
   std::vector<typename Spacetree::Iterator> chunks(chunkCount);
   splitSpacetree(calculator, chunks.data(), chunkCount);
 
+  std::vector<std::vector<Range>> runs;
+  for (const auto& chunk : chunks) runs.push_back(LayoutTaskBase::runsOf(calculator, chunk));
+
+  std::vector<std::unique_ptr<BlockShare>> shares;
   std::vector<std::vector<std::unique_ptr<LayoutTaskBase>>> phases(Task::phaseCount);
   for (int phase = 0; phase < Task::phaseCount; ++phase) {
-    for (const auto& chunk : chunks) {
-      auto job = std::make_unique<Task>(threadPool, &calculator, this, dt, phase, chunk);
+    // Even phases evaluate forces, odd ones move.
+    shares.push_back(phase % 2 == 0 ? std::make_unique<BlockShare>(runs) : nullptr);
+    for (std::size_t i = 0; i < chunks.size(); ++i) {
+      auto job = std::make_unique<Task>(threadPool, &calculator, this, dt, phase, chunks[i],
+                                        typename LayoutTaskBase::Share{i, &runs[i], shares.back().get()});
       if (phase > 0) {
         for (const auto& earlier : phases[phase - 1]) earlier->precede(*job);
       }
@@ -190,10 +197,11 @@ void GraphLayout<Schema>::splitSpacetree(BarnesHutRepulsionCalculator& calculato
 }
 
 template <class Schema>
-auto GraphLayout<Schema>::LayoutTaskBase::ranges() const -> std::vector<Range> {
-  const auto& lent = *calculator->memory;
+auto GraphLayout<Schema>::LayoutTaskBase::runsOf(const BarnesHutRepulsionCalculator& calculator,
+                                                 const typename Spacetree::Iterator& chunk) -> std::vector<Range> {
+  const auto& lent = *calculator.memory;
   std::vector<Range> found;
-  for (const auto& position : positions.stack) {
+  for (const auto& position : chunk.stack) {
     if (position.isParticle()) {
       const std::uint32_t place = lent.leafPlace[position.particle()->ordinal];
       found.push_back({place, place + 1});
@@ -203,23 +211,24 @@ auto GraphLayout<Schema>::LayoutTaskBase::ranges() const -> std::vector<Range> {
   }
   std::ranges::sort(found, {}, &Range::begin);
   // Subtrees of a chunk are mostly neighbours; longer runs make fuller groups.
-  std::vector<Range> joined;
+  std::vector<Range> runs;
   for (const Range& range : found) {
-    if (!joined.empty() && joined.back().end == range.begin) {
-      joined.back().end = range.end;
+    if (!runs.empty() && runs.back().end == range.begin) {
+      runs.back().end = range.end;
     } else if (range.begin != range.end) {
-      joined.push_back(range);
+      runs.push_back(range);
     }
   }
-  return joined;
+  return runs;
 }
 
 template <class Schema>
 void GraphLayout<Schema>::LayoutTaskBase::evaluateForces() {
   Scratch scratch(calculator->memory->field);
-  for (const Range& range : ranges()) {
-    layout->calculateForces(*calculator, range, scratch);
-    verticesDone += static_cast<int>(range.end - range.begin);
+  Range block;
+  while (share.blocks->take(share.chunk, block)) {
+    layout->calculateForces(*calculator, block, scratch);
+    verticesDone += static_cast<int>(block.end - block.begin);
   }
 }
 
@@ -227,15 +236,19 @@ template <class Schema>
 template <class Visitor>
 void GraphLayout<Schema>::LayoutTaskBase::integrate(const Visitor& visitor) {
   auto& lent = *calculator->memory;
-  for (const Range& range : ranges()) {
-    for (std::uint32_t place = range.begin; place < range.end; ++place) {
+  // Leaf order is no order of the graph's memory.
+  constexpr std::uint32_t ahead = 8;
+  for (const Range& run : *share.runs) {
+    for (std::uint32_t place = run.begin; place < run.end; ++place) {
+      const auto* soon = reinterpret_cast<const char*>(lent.leafOrder[std::min(place + ahead, run.end - 1)]);
+      for (std::size_t line = 0; line < sizeof(Vertex) / 2; line += 64) __builtin_prefetch(soon + line, 1);
       Vertex& vertex = *lent.leafOrder[place];
       visitor(vertex);
       // The next phase sees the vertex where it is now, in a tree that stays as it was.
       layout->arrays.positions[lent.leafOrdinal[place]] = vertex.position;
       lent.field.moveParticle(place, vertex.position);
     }
-    verticesDone += static_cast<int>(range.end - range.begin);
+    verticesDone += static_cast<int>(run.end - run.begin);
   }
 }
 

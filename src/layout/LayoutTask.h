@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 #include "concurrency/Job.h"
+#include "layout/BlockShare.h"
 #include "layout/GraphLayout.h"
 
 namespace quorel {
@@ -15,20 +17,33 @@ public:
 };
 
 /// One phase of a step for one chunk of the tree.
-/// Invariant: no particle is in two chunks, so that in a phase each vertex is written by one job.
+/// Invariant: no particle is in two chunks, so that in a phase each vertex is written by one job. In a force phase a job
+///            that is through with its own chunk helps with the others; each block of vertices goes to one job.
 /// Threading: runs once, on a worker; jobs of a phase run together and those of the next wait for all of them.
-/// Ownership: the step that makes a job deletes it.
+/// Ownership: the step that makes a job deletes it, and owns the runs and the blocks.
 template <class Schema>
 class GraphLayout<Schema>::LayoutTaskBase : public GraphLayoutTask {
 public:
+  /// The chunk as runs of the leaf order, and the blocks of this phase, if it evaluates forces.
+  struct Share {
+    std::size_t chunk;
+    const std::vector<Range>* runs;
+    BlockShare* blocks;
+  };
+
   LayoutTaskBase(ThreadPool<Job>* readyPool, BarnesHutRepulsionCalculator* stepCalculator, GraphLayout* stepLayout,
-                 float stepSize, int stepPhase, const typename Spacetree::Iterator& chunk)
+                 float stepSize, int stepPhase, const typename Spacetree::Iterator& chunk, const Share& workShare)
       : GraphLayoutTask(readyPool),
         calculator(stepCalculator),
         positions(chunk),
         layout(stepLayout),
         dt(stepSize),
-        phase(stepPhase) {}
+        phase(stepPhase),
+        share(workShare) {}
+
+  /// The particles below some places of the tree as runs of the leaf order, ascending and as long as possible.
+  static std::vector<Range> runsOf(const BarnesHutRepulsionCalculator& calculator,
+                                   const typename Spacetree::Iterator& chunk);
 
   BarnesHutRepulsionCalculator* calculator;
   typename Spacetree::Iterator positions;
@@ -38,7 +53,6 @@ public:
   int phase;
 
 protected:
-  /// The forces on each vertex of the chunk.
   void evaluateForces();
 
   /// Moves each vertex of the chunk.
@@ -46,8 +60,7 @@ protected:
   void integrate(const Visitor& visitor);
 
 private:
-  /// The vertices of the chunk as runs of the leaf order.
-  std::vector<Range> ranges() const;
+  Share share;
 };
 
 template <class Schema>

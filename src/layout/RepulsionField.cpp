@@ -7,6 +7,8 @@
 #include <limits>
 #include <utility>
 
+#include "layout/RepulsionLaw.h"
+
 // The kernels are compiled once for each instruction set; the best that the processor has is chosen as the program
 // runs.
 #undef HWY_TARGET_INCLUDE
@@ -112,7 +114,7 @@ HWY_INLINE std::uint32_t accepting(const RepulsionGroup& group, const RepulsionF
 }
 
 /// Walks the tree with all members of the group at once and fills the lists of the scratch.
-void walk(const RepulsionField::Source* field, std::uint32_t root, const RepulsionGroup& group, Scratch& scratch) {
+void walk(const RepulsionField::Place* field, std::uint32_t root, const RepulsionGroup& group, Scratch& scratch) {
   const std::uint32_t all = group.members;
   std::uint64_t* leafEnd = scratch.leaves.get();
   std::uint32_t* sharedEnd = scratch.shared.get();
@@ -185,16 +187,18 @@ struct Pull {
 };
 
 template <class V>
-HWY_INLINE Pull<V> pull(const RepulsionField::Source& source, V x, V y, V z, V charge, float epsilon) {
+HWY_INLINE Pull<V> pull(const RepulsionField::Source& source, V x, V y, V z, V charge) {
   const FloatTag d;
   const IntTag di;
   const auto dx = hn::Sub(hn::Set(d, source.x), x);
   const auto dy = hn::Sub(hn::Set(d, source.y), y);
   const auto dz = hn::Sub(hn::Set(d, source.z), z);
-  const auto r = hn::Add(hn::Add(hn::Add(hn::Mul(dx, dx), hn::Mul(dy, dy)), hn::Mul(dz, dz)), hn::Set(d, epsilon));
+  const auto r =
+      hn::Add(hn::Add(hn::Add(hn::Mul(dx, dx), hn::Mul(dy, dy)), hn::Mul(dz, dz)), hn::Set(d, RepulsionLaw::epsilon));
   const WordTag du;
-  // One over the root of r: a seed from the bits of the float, and one Newton step.
-  const auto bits = hn::Sub(hn::Set(di, 0x5f3759df), hn::BitCast(di, hn::ShiftRight<1>(hn::BitCast(du, r))));
+  // As RepulsionLaw::reciprocalRoot, operation by operation.
+  const auto bits =
+      hn::Sub(hn::Set(di, RepulsionLaw::rootSeed), hn::BitCast(di, hn::ShiftRight<1>(hn::BitCast(du, r))));
   auto root = hn::BitCast(d, bits);
   root = hn::Mul(root, hn::Sub(hn::Set(d, 1.5F), hn::Mul(hn::Mul(hn::Mul(hn::Set(d, 0.5F), r), root), root)));
   const auto cube = hn::Mul(hn::Mul(root, root), root);
@@ -202,7 +206,7 @@ HWY_INLINE Pull<V> pull(const RepulsionField::Source& source, V x, V y, V z, V c
 }
 
 /// Sums up what the walk has found.
-void sum(const RepulsionField::Source* field, RepulsionGroup& group, const Scratch& scratch, float epsilon) {
+void sum(const RepulsionField::Place* field, RepulsionGroup& group, const Scratch& scratch) {
   const FloatTag d;
   const WordTag du;
   for (std::size_t part = 0; part < groupSize; part += hn::Lanes(d)) {
@@ -214,7 +218,7 @@ void sum(const RepulsionField::Source* field, RepulsionGroup& group, const Scrat
     auto forceY = hn::Zero(d);
     auto forceZ = hn::Zero(d);
     for (std::size_t i = 0; i < scratch.sharedCount; ++i) {
-      const auto p = pull(field[scratch.shared[i]], x, y, z, charge, epsilon);
+      const auto p = pull(RepulsionField::sourceAt(field, scratch.shared[i]), x, y, z, charge);
       forceX = hn::Add(forceX, hn::Mul(p.factor, p.x));
       forceY = hn::Add(forceY, hn::Mul(p.factor, p.y));
       forceZ = hn::Add(forceZ, hn::Mul(p.factor, p.z));
@@ -222,7 +226,7 @@ void sum(const RepulsionField::Source* field, RepulsionGroup& group, const Scrat
     const auto lane = hn::Shl(hn::Set(du, 1), hn::Iota(du, static_cast<std::uint32_t>(part)));
     for (std::size_t i = 0; i < scratch.partialCount; ++i) {
       const std::uint64_t interaction = scratch.partial[i];
-      const auto p = pull(field[placeOf(interaction)], x, y, z, charge, epsilon);
+      const auto p = pull(RepulsionField::sourceAt(field, placeOf(interaction)), x, y, z, charge);
       const auto concerned = hn::RebindMask(d, hn::TestBit(hn::Set(du, membersOf(interaction)), lane));
       forceX = hn::IfThenElse(concerned, hn::Add(forceX, hn::Mul(p.factor, p.x)), forceX);
       forceY = hn::IfThenElse(concerned, hn::Add(forceY, hn::Mul(p.factor, p.y)), forceY);
@@ -246,8 +250,6 @@ namespace {
 
 HWY_EXPORT(walk);
 HWY_EXPORT(sum);
-
-constexpr float repulsionEpsilon = 0.05F;
 
 /// Room behind each list for a run that is written whole.
 constexpr std::size_t slack = 16;
@@ -274,7 +276,7 @@ struct RepulsionKernels {
     group.range = range;
     for (std::uint32_t i = 0; i < RepulsionField::groupSize; ++i) {
       const std::uint32_t index = range.begin + std::min(i, size - 1);
-      const RepulsionField::Source& source = field.places[index];
+      const RepulsionField::Source& source = field.source(index);
       const bool finite = std::isfinite(source.x) && std::isfinite(source.y) && std::isfinite(source.z);
       group.x[i] = finite ? source.x : 0.0F;
       group.y[i] = finite ? source.y : 0.0F;
@@ -285,8 +287,15 @@ struct RepulsionKernels {
   }
 };
 
+void RepulsionField::reserve(std::size_t placeCount) {
+  if (placeCount <= capacity) return;
+  capacity = placeCount + placeCount / 4;
+  places.reset();
+  places.reset(static_cast<Place*>(::operator new(capacity * sizeof(Place), placeAlignment)));
+}
+
 float RepulsionField::acceptedFrom(float diagonal) {
-  constexpr float threshold = 0.9025F;
+  constexpr float threshold = RepulsionLaw::openingThreshold;
   constexpr float infinity = std::numeric_limits<float>::infinity();
   const float squared = diagonal * diagonal;
   float distance = squared / threshold;
@@ -297,7 +306,7 @@ float RepulsionField::acceptedFrom(float diagonal) {
 }
 
 RepulsionField::Range RepulsionField::rangeBelow(std::uint32_t node) const {
-  const auto at = [this](std::uint32_t place) -> const Node& { return nodeAt(places.data(), place); };
+  const auto at = [this](std::uint32_t place) -> const Node& { return nodeAt(places.get(), place); };
   std::uint32_t first = node;
   while (at(first).childCount > 0) first = at(first).first;
   std::uint32_t last = node;
@@ -309,8 +318,8 @@ void RepulsionField::repel(Range range, Scratch& scratch, TinyVector<float, 3>* 
   RepulsionGroup group;
   for (std::uint32_t begin = range.begin; begin < range.end; begin += groupSize) {
     RepulsionKernels::gather(*this, {begin, std::min(begin + groupSize, range.end)}, group);
-    HWY_DYNAMIC_DISPATCH(walk)(places.data(), root, group, scratch);
-    HWY_DYNAMIC_DISPATCH(sum)(places.data(), group, scratch, repulsionEpsilon);
+    HWY_DYNAMIC_DISPATCH(walk)(places.get(), root, group, scratch);
+    HWY_DYNAMIC_DISPATCH(sum)(places.get(), group, scratch);
     for (std::uint32_t i = 0; begin + i < group.range.end; ++i) {
       *forces++ = {group.forceX[i], group.forceY[i], group.forceZ[i]};
     }
@@ -320,7 +329,7 @@ void RepulsionField::repel(Range range, Scratch& scratch, TinyVector<float, 3>* 
 std::vector<RepulsionField::Interaction> RepulsionField::interactions(Range range, Scratch& scratch) const {
   RepulsionGroup group;
   RepulsionKernels::gather(*this, range, group);
-  HWY_DYNAMIC_DISPATCH(walk)(places.data(), root, group, scratch);
+  HWY_DYNAMIC_DISPATCH(walk)(places.get(), root, group, scratch);
   std::vector<Interaction> found;
   for (std::size_t i = 0; i < scratch.sharedCount; ++i) found.push_back({scratch.shared[i], group.members});
   for (std::size_t i = 0; i < scratch.partialCount; ++i) {

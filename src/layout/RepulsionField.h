@@ -5,10 +5,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <new>
 #include <vector>
 
 #include "TinyVector.h"
 #include "layout/HilbertCurve.h"
+#include "layout/RepulsionLaw.h"
 
 namespace quorel {
 
@@ -21,7 +23,7 @@ namespace quorel {
 /// summed in another order. Widths and instruction sets make no difference to the result, bit for bit: a lane is a
 /// particle, whatever the number of lanes in a register.
 /// Invariants: (1) the children of a node stand side by side, behind the node;
-///             (2) `sources` holds the particles first, in leaf order, and the nodes from `nodeBase` on.
+///             (2) `places` holds the particles first, in leaf order, and the nodes from `root` on.
 /// Threading:  laid out by one thread; `repel` may then run on any number, each with a Scratch of its own, while
 ///             `moveParticle` is called by nobody, or the other way round.
 /// Ownership:  refers to nothing of the tree it was made from.
@@ -47,8 +49,19 @@ public:
     std::uint32_t isLeaf;
   };
 
-  /// Particles and nodes stand in one array: a particle takes one place, a node these.
-  static constexpr std::uint32_t placesOfNode = sizeof(Node) / sizeof(Source);
+  /// Particles and nodes stand in one array of places, and are known by the index of their place. A particle takes one, a
+  /// node two, of which the first looks like a particle.
+  struct alignas(Source) Place {
+    std::byte bytes[sizeof(Source)];
+  };
+  static constexpr std::uint32_t placesOfNode = sizeof(Node) / sizeof(Place);
+
+  static const Source& sourceAt(const Place* places, std::uint32_t place) {
+    return *std::launder(reinterpret_cast<const Source*>(places + place));
+  }
+  static const Node& nodeAt(const Place* places, std::uint32_t place) {
+    return *std::launder(reinterpret_cast<const Node*>(places + place));
+  }
 
   /// Members of a group, and bits in a set of them.
   static constexpr std::uint32_t groupSize = 16;
@@ -85,7 +98,7 @@ public:
   /// for each slot of a leaf with the particle's place in leaf order, and returns its position and charge. Node charges
   /// are those summed up in the tree.
   template <class Tree, class Take>
-  void layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, float forceConstant, Take take);
+  void layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, Take take);
 
   std::uint32_t particleCount() const { return particles; }
 
@@ -94,9 +107,10 @@ public:
 
   /// A particle goes elsewhere while the nodes stay as they are: what a stage of a step does.
   void moveParticle(std::uint32_t index, const TinyVector<float, 3>& position) {
-    places[index].x = position[0];
-    places[index].y = position[1];
-    places[index].z = position[2];
+    Source& source = *std::launder(reinterpret_cast<Source*>(places.get() + index));
+    source.x = position[0];
+    source.y = position[1];
+    source.z = position[2];
   }
 
   /// The repulsion on each particle of the range, which may be put anywhere. Where a particle's position is not finite
@@ -107,11 +121,7 @@ public:
   /// statistics.
   std::vector<Interaction> interactions(Range group, Scratch& scratch) const;
 
-  const Source& source(std::uint32_t place) const { return places[place]; }
-
-  static const Node& nodeAt(const Source* places, std::uint32_t place) {
-    return reinterpret_cast<const Node&>(places[place]);
-  }
+  const Source& source(std::uint32_t place) const { return sourceAt(places.get(), place); }
 
   /// The opening test, squared diagonal over squared distance below 0.9025, solved for the squared distance: the least
   /// one that passes. A comparison with it gives the outcome of the division, bit for bit.
@@ -141,13 +151,21 @@ private:
   std::uint32_t particles = 0;
   std::uint32_t root = 0;
   std::size_t nodeCount = 0;
-  std::vector<Source> places;
+  struct FreeAligned {
+    void operator()(Place* memory) const { ::operator delete(memory, placeAlignment); }
+  };
+
+  /// Room for that many places, whatever was there before. A node lies within one cache line.
+  void reserve(std::size_t placeCount);
+
+  static constexpr std::align_val_t placeAlignment{64};
+  std::unique_ptr<Place[], FreeAligned> places;
+  std::size_t capacity = 0;
   std::vector<float> charges;
 };
 
 template <class Tree, class Take>
-void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, float forceConstant,
-                            Take take) {
+void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t particleLimit, Take take) {
   struct Entry {
     typename Tree::Node* node;
     std::uint32_t place;
@@ -156,7 +174,7 @@ void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t
 
   nodeCount = treeNodes;
   root = static_cast<std::uint32_t>((particleLimit + placesOfNode - 1) / placesOfNode * placesOfNode);
-  places.resize(root + placesOfNode * nodeCount);
+  reserve(root + placesOfNode * nodeCount);
   charges.resize(particleLimit);
   particles = 0;
   OpeningDistances opening;
@@ -167,7 +185,7 @@ void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t
     auto* node = entry.node;
     stack.pop_back();
     node->layoutIndex = entry.place;
-    Node flat{{node->centre[0], node->centre[1], node->centre[2], -forceConstant * node->charge},
+    Node flat{{node->centre[0], node->centre[1], node->centre[2], -RepulsionLaw::forceConstant * node->charge},
               opening.from(node->diagonal),
               particles,
               0,
@@ -188,7 +206,7 @@ void RepulsionField::layOut(const Tree& tree, std::size_t treeNodes, std::size_t
       for (void*& slot : node->children) {
         if (slot == nullptr) break;
         const auto [position, charge] = take(slot, particles);
-        places[particles] = {position[0], position[1], position[2], -forceConstant * charge};
+        new (&places[particles]) Source{position[0], position[1], position[2], -RepulsionLaw::forceConstant * charge};
         charges[particles] = charge;
         ++particles;
         ++flat.particleCount;

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <deque>
@@ -73,6 +74,11 @@ TEST(BulkInsertion, makesTheTreeThatOneInsertionAfterTheOtherMakes) {
       dots.push_back({{2000, 0, 0}});
       dots.push_back({{0, std::numeric_limits<float>::quiet_NaN(), 0}});
       dots.push_back({{0, 0, 1024}});
+    }
+    if (kind % 7 == 3) {
+      // One clump alone, which parts below the last level that is sorted by buckets.
+      dots.clear();
+      clump(dots, 30, {500.0005F, 500.0005F, 500.0005F}, kind % 2 == 0 ? 0.004F : 0.02F);
     }
     std::ranges::shuffle(dots, random);
     std::vector<Dot*> pointers;

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <map>
+#include <thread>
 
 #include "layout/LayoutTesting.h"
 
@@ -77,6 +79,35 @@ TEST(Split, reportsTheVerticesThatTheTreeDoesNotHave) {
   layout.splitSpacetree(calculator, &chunk, 1);
   EXPECT_EQ(errors.text(),
             "Particle position not finite or outside root box: [5000,0,0]\n@@ totalVertices=10, numVertices()=11\n");
+}
+
+TEST(BlockShare, givesEveryBlockToOneJobAndItsOwnChunkFirst) {
+  using Range = BlockShare::Range;
+  const std::vector<std::vector<Range>> chunks = {{{0, 1}, {5, 500}}, {}, {{500, 20000}}, {{1, 5}, {20000, 20064}}};
+  BlockShare alone(chunks);
+  Range block{};
+  std::uint32_t particles = 0;
+  while (alone.take(3, block)) {
+    EXPECT_TRUE(particles >= 68 || block.begin < 5 || block.begin >= 20000) << "its own blocks come first";
+    EXPECT_LE(block.end - block.begin, BlockShare::blockSize);
+    particles += block.end - block.begin;
+  }
+  EXPECT_EQ(particles, 20064U);
+  EXPECT_FALSE(alone.take(0, block));
+
+  BlockShare shared(chunks);
+  std::vector<int> taken(20064);
+  std::vector<std::thread> workers;
+  for (std::size_t chunk = 0; chunk < chunks.size(); ++chunk) {
+    workers.emplace_back([&shared, &taken, chunk] {
+      Range mine{};
+      while (shared.take(chunk, mine)) {
+        for (std::uint32_t i = mine.begin; i < mine.end; ++i) ++taken[i];
+      }
+    });
+  }
+  for (std::thread& worker : workers) worker.join();
+  EXPECT_EQ(std::ranges::count(taken, 1), 20064);
 }
 
 }  // namespace
