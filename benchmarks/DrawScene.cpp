@@ -1,5 +1,8 @@
-// One draw pass without a step, piece by piece and in batches, with default styles and with a colour and a label of its
-// own on every vertex and edge. The counter `ofPlain` is the time in batches over that of the plain pass beside it.
+// Drawing with default styles and with a colour and a label of its own on every vertex and edge.
+// `drawPass`: without a step, piece by piece and in batches. The counter `ofPlain` is the time in batches over that of the
+// plain pass beside it.
+// `frame`: a picture in batches beside a step. The counter `ofLarger` is its time over the larger of a step and a pass
+// alone, taken in turn with it; `ofWork` over the processor time of both, shared out to all processors.
 
 #include <GL/freeglut.h>
 #include <benchmark/benchmark.h>
@@ -7,11 +10,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <memory>
+#include <ctime>
 #include <string>
 
 #include "LayoutGraph.h"
 #include "animator/GraphAnimator.h"
+#include "concurrency/Platform.h"
 #include "concurrency/Timer.h"
 
 namespace quorel {
@@ -43,26 +47,34 @@ void giveLooks(LayoutGraph& graph) {
 }
 
 /// Seconds of one pass, the driver's threads included.
-double draw(Animator& animator, bool inBatches) {
+double draw(Animator& animator, bool inBatches, bool step = false) {
   Timer timer;
   timer.start();
   animator.batching = inBatches;
-  animator.Display(false);
+  animator.Display(step);
   glFinish();
   return timer.wallSeconds();
 }
 
-void drawPass(benchmark::State& state, bool inBatches, bool ownLooks) {
+/// The window with the graph in it; null where there is no display.
+Animator* show(benchmark::State& state, LayoutGraph& graph, bool ownLooks) {
   if (std::getenv("DISPLAY") == nullptr) {
     state.SkipWithError("no display to draw on");
-    return;
+    return nullptr;
   }
-  const auto graph = std::make_unique<LayoutGraph>(static_cast<int>(state.range(0)));
-  if (ownLooks) giveLooks(*graph);
-  Animator& animator = window(graph->layout);
+  if (ownLooks) giveLooks(graph);
+  Animator& animator = window(graph.layout);
   animator.ReshapeFunc(800, 600);
   const double radius = LayoutGraph::Layout::pairDistance * std::cbrt(static_cast<double>(state.range(0)));
   animator.autozoom_dist = -2.5 * radius * std::sqrt(0.2);  // where the autozoom comes to rest
+  return &animator;
+}
+
+void drawPass(benchmark::State& state, bool inBatches, bool ownLooks) {
+  LayoutGraph graph(static_cast<int>(state.range(0)));
+  Animator* const shown = show(state, graph, ownLooks);
+  if (shown == nullptr) return;
+  Animator& animator = *shown;
   draw(animator, inBatches);
 
   double plain = 0.0;
@@ -81,14 +93,50 @@ void drawPass(benchmark::State& state, bool inBatches, bool ownLooks) {
   if (inBatches) state.counters["ofPlain"] = batched / plain;
 }
 
+void frame(benchmark::State& state, bool ownLooks) {
+  LayoutGraph graph(static_cast<int>(state.range(0)));
+  graph.layout.parallel = true;
+  graph.layout.time_step = 1e-4F;  // so that the graph stays as it was made
+  Animator* const animator = show(state, graph, ownLooks);
+  if (animator == nullptr) return;
+  draw(*animator, true, true);
+
+  double frames = 0.0;
+  double steps = 0.0;
+  double passes = 0.0;
+  std::clock_t work = 0;
+  for (auto _ : state) {
+    const std::clock_t begin = std::clock();
+    Timer timer;
+    timer.start();
+    graph.layout.step();
+    steps += timer.wallSeconds();
+    passes += draw(*animator, true);
+    work += std::clock() - begin;
+    const double seconds = draw(*animator, true, true);
+    frames += seconds;
+    state.SetIterationTime(seconds);
+  }
+  state.counters["step_ms"] = 1e3 * steps / static_cast<double>(state.iterations());
+  state.counters["pass_ms"] = 1e3 * passes / static_cast<double>(state.iterations());
+  state.counters["ofLarger"] = frames / std::max(steps, passes);
+  state.counters["ofWork"] = frames * numProcessors() * CLOCKS_PER_SEC / static_cast<double>(work);
+}
+
 void sizes(benchmark::internal::Benchmark* scene) {
   scene->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->UseManualTime();
+}
+
+void frameSizes(benchmark::internal::Benchmark* scene) {
+  scene->Arg(1000)->Arg(5000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->UseManualTime();
 }
 
 BENCHMARK_CAPTURE(drawPass, plain, false, false)->Apply(sizes);
 BENCHMARK_CAPTURE(drawPass, batched, true, false)->Apply(sizes);
 BENCHMARK_CAPTURE(drawPass, plainOwnLooks, false, true)->Apply(sizes);
 BENCHMARK_CAPTURE(drawPass, batchedOwnLooks, true, true)->Apply(sizes);
+BENCHMARK_CAPTURE(frame, default, false)->Apply(frameSizes);
+BENCHMARK_CAPTURE(frame, ownLooks, true)->Apply(frameSizes);
 
 }  // namespace
 }  // namespace quorel

@@ -33,6 +33,7 @@ void BatchPainter::setLineState(int stroke, double width) {
 
 void BatchPainter::solid(VertexStyleDefns::Shape shape, double s, int facets) {
   lists.drawSolid(shape, s, facets);
+  ++pieces;
 }
 
 void BatchPainter::line(const Vector& p, const Vector& q) {
@@ -41,6 +42,7 @@ void BatchPainter::line(const Vector& p, const Vector& q) {
   if (runs.empty() || runs.back().state != lineState) runs.push_back({lineState, lineEnds.size()});
   lineEnds.push_back({colour, p});
   lineEnds.push_back({colour, q});
+  ++pieces;
   if (atOnce) flush();
 }
 
@@ -54,6 +56,7 @@ bool BatchPainter::isParallelToPicture(const Vector& p, const Vector& q) const {
 
 void BatchPainter::arrow(const Arrow& arrow, int facets) {
   heads.push_back({arrow, colour, facets});
+  ++pieces;
 }
 
 void BatchPainter::curve(std::span<const Vector, 4> points) {
@@ -83,6 +86,7 @@ void BatchPainter::text(std::string_view text, void* font, const Vector& textCol
   constexpr float forgiven = 1e-4F;
   const float bottom = std::floor(raster[1] + forgiven);
   const float depth = 2.0F * raster[2] - 1.0F;
+  ++pieces;
   for (const char c : text) {
     const GlyphAtlas::Glyph& glyph = (*glyphs)[static_cast<unsigned char>(c)];
     if (glyph.width > 0) {
@@ -101,7 +105,15 @@ void BatchPainter::text(std::string_view text, void* font, const Vector& textCol
   }
 }
 
+void BatchPainter::vertexDone() {
+  if (pieces < piecesAtOnce) return;
+  flush();
+  // A renderer in software fills the pixels on threads of its own; they need not wait for the rest of the picture.
+  glFlush();
+}
+
 void BatchPainter::flush() {
+  pieces = 0;
   drawLines();
   drawHeads();
   drawTexts();

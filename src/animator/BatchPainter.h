@@ -32,6 +32,7 @@ public:
   void arrow(const Arrow& arrow, int facets) override;
   void curve(std::span<const Vector, 4> points) override;
   void text(std::string_view text, void* font, const Vector& colour, const Vector& position) override;
+  void vertexDone() override;
   void flush() override;
 
 private:
@@ -73,9 +74,15 @@ private:
   void drawTexts();
   bool isParallelToPicture(const Vector& p, const Vector& q) const;
 
+  /// Pieces after which a vertex ends a batch. Fewer keep closer to the order of arrival and let the driver begin
+  /// earlier; more cost fewer changes of state.
+  static constexpr int piecesAtOnce = 2000;
+
   GLUnurbs* nurbs;
   ShapeLists lists;
   GlyphAtlas atlas;
+  /// Since the last flush.
+  int pieces = 0;
   Vector colour;
   LineState lineState;
   /// Third row of the modelview of lines: the depth of a point.

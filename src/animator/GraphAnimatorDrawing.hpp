@@ -65,6 +65,7 @@ void GraphAnimator<GraphLayout>::drawVerticesAndEdges(GraphLayout* layout, Frame
     if (selecting) continue;  // what has no name would only fill the selection buffer
     drawEdges(layout, v);
     if (show_forces) drawForce(state.position, v->finishedAcceleration);
+    painter().vertexDone();
   }
 }
 

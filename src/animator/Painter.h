@@ -45,6 +45,8 @@ public:
   /// The font is GLUT's.
   virtual void text(std::string_view text, void* font, const Vector& colour, const Vector& position) = 0;
 
+  /// A vertex with all its edges has been handed over; the modelview is that of `begin`.
+  virtual void vertexDone() = 0;
   virtual void flush() = 0;
 };
 

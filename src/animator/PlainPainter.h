@@ -21,6 +21,7 @@ public:
   void arrow(const Arrow& arrow, int facets) override;
   void curve(std::span<const Vector, 4> points) override;
   void text(std::string_view text, void* font, const Vector& colour, const Vector& position) override;
+  void vertexDone() override {}
   void flush() override {}
 
 private:
