@@ -120,8 +120,12 @@ void GraphArrays<Vertex>::update(const VertexSet& vertexSet) {
   vertices.assign(vertexSet.begin(), vertexSet.end());
   positions.resize(vertices.size());
   charges.resize(vertices.size());
+  std::size_t edgeCount = 0;
+  for (const Vertex* vertex : vertices) edgeCount += vertex->outEdges.size();
   edges.clear();
+  edges.reserve(edgeCount);
   outBegin.assign(1, 0);
+  outBegin.reserve(vertices.size() + 1);
   for (std::size_t i = 0; i < vertices.size(); ++i) {
     vertices[i]->ordinal = static_cast<std::uint32_t>(i);
     for (Edge* edge : vertices[i]->outEdges) {
@@ -135,10 +139,13 @@ void GraphArrays<Vertex>::update(const VertexSet& vertexSet) {
     return Spring{other.ordinal, edge.ordinal, edge.strength, pullOf(edge)};
   };
   out.clear();
+  out.reserve(edgeCount);
   for (const Edge* edge : edges) out.push_back(spring(*edge, *edge->target));
   in.clear();
+  in.reserve(edgeCount);
   inBegin.assign(1, 0);
-  inPlace.resize(edges.size());
+  inBegin.reserve(vertices.size() + 1);
+  inPlace.resize(edgeCount);
   for (const Vertex* vertex : vertices) {
     for (const Edge* edge : vertex->inEdges) {
       inPlace[edge->ordinal] = static_cast<std::uint32_t>(in.size());

@@ -204,14 +204,15 @@ void GraphLayout<Schema>::resetDefaultStyles() {
 
 template <class Schema>
 const char* GraphLayout<Schema>::validate() const {
-  for (const auto& [edge, chain] : knots) {
+  for (const auto& [edge, knotsOfEdge] : knots) {
+    const auto& chain = *knotsOfEdge;
     if (!edge->source->outEdges.contains(edge)) return "a chain belongs to an edge that is gone";
-    if (chain->size() < 3 || chain->front() != edge->source || chain->back() != edge->target) {
+    if (chain.size() < 3 || chain.front() != edge->source || chain.back() != edge->target) {
       return "a chain does not lead from the source of its edge to the target";
     }
-    for (std::size_t i = 0; i + 1 < chain->size(); ++i) {
+    for (std::size_t i = 0; i + 1 < chain.size(); ++i) {
       const bool linked =
-          std::ranges::any_of((*chain)[i]->outEdges, [&](const Edge* link) { return link->target == (*chain)[i + 1]; });
+          std::ranges::any_of(chain[i]->outEdges, [&](const Edge* link) { return link->target == chain[i + 1]; });
       if (!linked) return "a chain is broken";
     }
   }

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
+#include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
 #include <vector>
 
 namespace quorel {
@@ -90,7 +93,7 @@ public:
   }
 };
 
-/// Allocator that puts the nodes of the graph's ordered sets into a pool.
+/// Allocator that puts the nodes of an ordered set or map into a pool.
 template <class T>
 class PoolAllocator {
 public:
@@ -119,5 +122,8 @@ public:
     return true;
   }
 };
+
+template <class Key, class Value>
+using PooledMap = std::map<Key, Value, std::less<Key>, PoolAllocator<std::pair<const Key, Value>>>;
 
 }  // namespace quorel

@@ -8,6 +8,7 @@
 #include "concurrency/MultiLockable.h"
 #include "concurrency/RandomNumbers.h"
 #include "layout/LayoutSchema.h"
+#include "layout/SlotPool.h"
 #include "server/Turnstile.h"
 
 namespace quorel {
@@ -96,10 +97,10 @@ public:
   /// none. The caller holds no lock.
   std::string validate();
 
-  std::map<int, Vertex*> vertices;
-  std::map<Vertex*, int> vertexIds;
-  std::map<int, Edge*> edges;
-  std::map<Edge*, int> edgeIds;
+  PooledMap<int, Vertex*> vertices;
+  PooledMap<Vertex*, int> vertexIds;
+  PooledMap<int, Edge*> edges;
+  PooledMap<Edge*, int> edgeIds;
   std::map<int, VertexStyle*> vertexStyles;
   std::map<int, EdgeStyle*> edgeStyles;
   GraphLayout* layout;
