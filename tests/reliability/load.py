@@ -1,0 +1,194 @@
+#!/usr/bin/python3
+"""Many clients, silent clients and waiting calls against a running window, and what they get.
+
+usage: tests/reliability/load.py [--seconds 10]
+
+Prints: the rate and the slowest call of 1, 8 and 100 clients; a call beside 200 idle and 20 half-sent connections; the
+server after its file descriptors were used up for a second; and, with 5,000 vertices stepping and drawn, how many frames
+the calls take that wait for the step. Ends with status 1 if one of them is worse than it may be.
+"""
+import argparse
+import http.client
+import multiprocessing
+import os
+import resource
+import socket
+import statistics
+import sys
+import tempfile
+import threading
+import time
+import xmlrpc.client
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
+
+from soak import Frames, build_probe                     # noqa: E402
+from support.display import Display                      # noqa: E402
+from support.network import enter_own_network            # noqa: E402
+from support.program import PORT, Program                # noqa: E402
+
+LIMITS = {"slowest of 100 clients, s": 1.0, "8 clients over 100": 2.0, "beside silent connections, ms": 100.0,
+          "frames a waiting call takes": 2}
+complaints = []
+
+
+def tell(text, what=None, value=0.0):
+    """Prints a figure, and notes it if it is over its limit."""
+    bad = what is not None and value > LIMITS[what]
+    if bad:
+        complaints.append(what)
+    print(text + ("   TOO MUCH" if bad else ""), flush=True)
+
+
+class Caller:
+    """One client that keeps its connection as long as the server does, and times its calls."""
+
+    def __init__(self):
+        self.connection = http.client.HTTPConnection("127.0.0.1", PORT, timeout=60)
+
+    def __call__(self, method, *arguments):
+        """Returns the seconds the call took. One that is turned away is an error here."""
+        body = xmlrpc.client.dumps(arguments, "tessarel." + method)
+        start = time.monotonic()
+        self.connection.request("POST", "/RPC2", body, {"Content-Type": "text/xml"})
+        answer = self.connection.getresponse()
+        text = answer.read()
+        seconds = time.monotonic() - start
+        (value,), _ = xmlrpc.client.loads(text)
+        assert answer.status == 200 and value >= 0, (answer.status, text)
+        return seconds
+
+
+def call_without_pause(threads, seconds, results):
+    """In a process of its own: so many clients, each calling again as soon as it is answered."""
+    times = [[] for _ in range(threads)]
+
+    def client(mine):
+        call = Caller()
+        end = time.monotonic() + seconds
+        while time.monotonic() < end:
+            mine.append(call("set_vertex_attribute", 1, "size", "2"))
+
+    clients = [threading.Thread(target=client, args=(mine,)) for mine in times]
+    for thread in clients:
+        thread.start()
+    for thread in clients:
+        thread.join()
+    results.put([time for mine in times for time in mine])
+
+
+def clients_at_once(count, seconds):
+    """(calls a second, the slowest call in seconds) of so many clients."""
+    processes = min(count, 4)
+    results = multiprocessing.Queue()
+    children = [multiprocessing.Process(target=call_without_pause, args=(count // processes, seconds, results))
+                for _ in range(processes)]
+    for child in children:
+        child.start()
+    times = [time for _ in children for time in results.get()]
+    for child in children:
+        child.join()
+    return len(times) / seconds, max(times)
+
+
+def many_clients(seconds):
+    rates = {}
+    for count in (1, 8, 100):
+        rates[count], slowest = clients_at_once(count, seconds)
+        what = "slowest of 100 clients, s" if count == 100 else None
+        tell(f"{count:3} clients: {rates[count]:6.0f} calls a second, the slowest took {1e3 * slowest:.0f} ms", what, slowest)
+    ratio = rates[8] / rates[100]
+    tell(f"8 clients get {ratio:.2f} times the rate of 100", "8 clients over 100", ratio)
+
+
+def times_of_calls(count=200):
+    call = Caller()
+    return [call("set_vertex_attribute", 1, "size", "2") for _ in range(count)]
+
+
+def silent_connections():
+    alone = times_of_calls()
+    silent = [socket.create_connection(("127.0.0.1", PORT)) for _ in range(220)]
+    for connection in silent[:20]:
+        connection.sendall(b"POST /RPC2 HTTP/1.1\r\nHost: here\r\nContent-Type: text/xml\r\nContent-Length: 200\r\n\r\n<?xml")
+    time.sleep(0.5)
+    beside = times_of_calls()
+    for connection in silent:
+        connection.close()
+    tell(f"beside 200 idle and 20 half-sent connections: a call takes {1e3 * statistics.median(beside):.2f} ms (alone "
+         f"{1e3 * statistics.median(alone):.2f}), the slowest of {len(beside)} {1e3 * max(beside):.1f} ms",
+         "beside silent connections, ms", 1e3 * max(beside))
+
+
+def no_descriptors(program):
+    pid = program.process.pid
+    before = resource.prlimit(pid, resource.RLIMIT_NOFILE)
+    resource.prlimit(pid, resource.RLIMIT_NOFILE, (len(os.listdir(f"/proc/{pid}/fd")), before[1]))
+    knocking = [socket.create_connection(("127.0.0.1", PORT)) for _ in range(10)]
+    time.sleep(1)
+    resource.prlimit(pid, resource.RLIMIT_NOFILE, before)
+    start = time.monotonic()
+    times_of_calls(1)
+    print(f"after a second without file descriptors: answered {1e3 * (time.monotonic() - start):.0f} ms later", flush=True)
+    for connection in knocking:
+        connection.close()
+
+
+def waiting_calls(program, frames, seconds):
+    """Removals and new edge styles of four clients, counted in frames of the window."""
+    program.client.together([("new_vertex_w_id", 1000 + i) for i in range(5000)]
+                            + [("new_edge_w_id", i, 1000 + i % 5000, 1000 + i * 7 % 4999) for i in range(10000)])
+    time.sleep(3)
+    taken, slowest = [], []
+
+    def client(number):
+        call = Caller()
+        end = time.monotonic() + seconds
+        victim = 10000 * (number + 1)
+        while time.monotonic() < end:
+            victim += 1
+            call("new_vertex_w_id", victim)
+            for method, argument in (("remove_vertex", victim), ("new_edge_style", 0)):
+                first = frames.take()[0]
+                slowest.append(call(method, argument))
+                # A frame that was under way counts as one.
+                taken.append(frames.take()[0] - first)
+
+    first, start = frames.take()[0], time.monotonic()
+    clients = [threading.Thread(target=client, args=(number,)) for number in range(4)]
+    for thread in clients:
+        thread.start()
+    for thread in clients:
+        thread.join()
+    rate = (frames.take()[0] - first) / (time.monotonic() - start)
+    tell(f"removals and new edge styles beside 5,000 vertices at {rate:.1f} frames a second: {len(taken)} calls, median "
+         f"{1e3 * statistics.median(slowest):.0f} ms, slowest {1e3 * max(slowest):.0f} ms; frames gone by meanwhile: median "
+         f"{statistics.median(taken):.0f}, most {max(taken)}", "frames a waiting call takes", max(taken))
+
+
+def main():
+    options = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
+    options.add_argument("--seconds", type=float, default=10)
+    options = options.parse_args()
+
+    enter_own_network()
+    with tempfile.TemporaryDirectory() as folder:
+        os.environ["PROBE_FRAMES"] = os.path.join(folder, "frames")
+        os.environ["LD_PRELOAD"] = build_probe(folder)
+        display = Display()
+        program = Program(display)
+        del os.environ["LD_PRELOAD"]
+        try:
+            program.client.new_vertex_w_id(1)
+            many_clients(options.seconds)
+            silent_connections()
+            no_descriptors(program)
+            waiting_calls(program, Frames(os.environ["PROBE_FRAMES"]), options.seconds)
+        finally:
+            program.kill()
+            display.stop()
+    return 1 if complaints else 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
