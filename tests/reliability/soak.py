@@ -4,8 +4,8 @@
 usage: tests/reliability/soak.py [--minutes 60] [--rate 500] [--seed 1]
 
 Prints a line a minute and a verdict. What the server never gives back is named: each clear leaves the versions of the
-old default styles behind, each style change of an object with attributes of its own leaves its private version. Their
-cost is measured first, so that growth beyond them shows.
+old default styles behind, each object with attributes of its own a version and its values, when it changes its style or
+goes. Their cost is measured first, so that growth beyond them shows.
 Ends with status 1 if memory beyond that cost, threads, descriptors or frame time grow, or an unexpected line is written.
 """
 import argparse
@@ -67,12 +67,21 @@ class Caller:
         self.random = random.Random(seed)
         self.server = xmlrpc.client.ServerProxy(URL)
         self.call = self.server.tessarel
-        self.calls = self.clears = self.forks = 0
+        self.calls = self.clears = self.forks = self.values = 0
         self.slowest = 0.0
         self.forget()
 
     def forget(self):
-        self.vertices, self.edges, self.vertex_styles, self.edge_styles = {}, {}, [0], [0]
+        # A vertex with the keys of its own; an edge with those and its ends; a style with its keys.
+        self.vertices, self.edges, self.vertex_styles, self.edge_styles = {}, {}, {0: set()}, {0: set()}
+
+    def note(self, keys, key):
+        """A value that was set where none was: the first of an object makes a version."""
+        if not keys:
+            self.forks += 1
+        elif key not in keys:
+            self.values += 1
+        keys.add(key)
 
     def one(self):
         kinds = [self.new_vertex, self.new_edge, self.new_edge, self.vertex_attribute, self.vertex_attribute,
@@ -90,14 +99,14 @@ class Caller:
 
     def new_vertex(self):
         if len(self.vertices) < MAX_VERTICES:
-            self.vertices[self.call.new_vertex()] = False
+            self.vertices[self.call.new_vertex()] = set()
         else:
             self.remove_vertex()
 
     def new_edge(self):
         if len(self.vertices) > 1 and len(self.edges) < 2 * MAX_VERTICES:
             first, second = self.random.sample(list(self.vertices), 2)
-            self.edges[self.call.new_edge(first, second)] = [False, first, second]
+            self.edges[self.call.new_edge(first, second)] = [set(), first, second]
 
     def some(self, what):
         return self.random.choice(list(what)) if what else 0
@@ -106,36 +115,36 @@ class Caller:
         vertex = self.some(self.vertices)
         key, value = self.random.choice([("color", "#40C0FF"), ("label", "soak"), ("shape", "sphere"), ("size", "1.5"),
                                          ("charge", "2"), ("visible", "true")])
-        if self.call.set_vertex_attribute(vertex, key, value) == 0 and not self.vertices[vertex]:
-            self.vertices[vertex] = True
-            self.forks += 1
+        if self.call.set_vertex_attribute(vertex, key, value) == 0:
+            self.note(self.vertices[vertex], key)
 
     def edge_attribute(self):
         edge = self.some(self.edges)
         key, value = self.random.choice([("color", "#FF8040"), ("label", "edge"), ("arrow", "true"), ("width", "2"),
                                          ("strength", "2"), ("spline", self.random.choice(["true", "false"])),
                                          ("stroke", "dashed"), ("showstrain", "true")])
-        if self.call.set_edge_attribute(edge, key, value) == 0 and not self.edges[edge][0]:
-            self.edges[edge][0] = True
-            self.forks += 1
+        if self.call.set_edge_attribute(edge, key, value) == 0:
+            self.note(self.edges[edge][0], key)
 
     def vertex_style(self):
         if len(self.vertex_styles) < 20:
-            self.vertex_styles.append(self.call.new_vertex_style(self.some(self.vertex_styles)))
+            self.vertex_styles[self.call.new_vertex_style(self.some(self.vertex_styles))] = set()
+            self.forks += 1
 
     def edge_style(self):
         if len(self.edge_styles) < 20:
-            self.edge_styles.append(self.call.new_edge_style(self.some(self.edge_styles)))
+            self.edge_styles[self.call.new_edge_style(self.some(self.edge_styles))] = set()
+            self.forks += 1
 
     def change_vertex_style(self):
         vertex = self.some(self.vertices)
         if self.call.change_vertex_style(vertex, self.some(self.vertex_styles)) == 0:
-            self.vertices[vertex] = False
+            self.vertices[vertex] = set()
 
     def change_edge_style(self):
         edge = self.some(self.edges)
         if self.call.change_edge_style(edge, self.some(self.edge_styles)) == 0:
-            self.edges[edge][0] = False
+            self.edges[edge][0] = set()
 
     def style_attributes(self):
         self.call.set_vertex_style_attribute(self.some(self.vertex_styles), "color", str(self.random.randrange(200)))
@@ -180,16 +189,20 @@ def measure_costs(program):
         for _ in range(count // 500):
             batched([("clear",)] * 500)
 
-    def forks(count):
+    def forks(count, keys=("color",)):
+        values = {"color": "1", "label": "soak", "shape": "sphere", "size": "1.5", "charge": "2", "visible": "true"}
         for _ in range(count // 500):
-            batched([("change_vertex_style", 1, 0), ("set_vertex_attribute", 1, "color", "1")] * 500)
+            batched(([("change_vertex_style", 1, 0)] + [("set_vertex_attribute", 1, key, values[key]) for key in keys]) * 500)
 
     a_clear = cost_of(program, 20000, clears)
     server.tessarel.new_vertex_w_id(1)
     a_fork = cost_of(program, 50000, forks)
+    several = ("color", "label", "shape", "size", "charge", "visible")
+    a_value = (cost_of(program, 20000, lambda count: forks(count, several)) - a_fork) / (len(several) - 1)
     server.tessarel.clear()
-    print(f"never given back: {a_clear:.2f} KiB a clear, {a_fork:.2f} KiB a private version with one value", flush=True)
-    return a_clear, a_fork
+    print(f"never given back: {a_clear:.2f} KiB a clear, {a_fork:.2f} KiB a private version with one value, {a_value:.2f} KiB "
+          "for each further value", flush=True)
+    return a_clear, a_fork, a_value
 
 
 def main():
@@ -214,13 +227,13 @@ def main():
 
 
 def soak(program, frames, options):
-    a_clear, a_fork = measure_costs(program)
+    a_clear, a_fork, a_value = measure_costs(program)
     caller = Caller(options.seed)
     print(f"seed {options.seed}\n{'minute':>6} {'calls':>9} {'slowest ms':>10} {'KiB':>8} {'beyond':>8} {'threads':>7} "
-          f"{'files':>5} {'frames/s':>8} {'longest ms':>10}", flush=True)
+          f"{'files':>5} {'frames/s':>8} {'longest ms':>10} {'cpu ms/frame':>12}", flush=True)
     start = time.monotonic()
     rows = []
-    last_frames = frames.take()[0]
+    last_frames, last_processor = frames.take()[0], program.processor_seconds()
     mark = len(program.errors)
     step = min(60.0, options.minutes * 60 / 10)
     while time.monotonic() - start < options.minutes * 60 and program.alive():
@@ -232,11 +245,13 @@ def soak(program, frames, options):
         if time.monotonic() - start >= step * (len(rows) + 1):
             kib, threads, files = resources(program.process)
             count, longest = frames.take()
-            beyond = kib - caller.clears * a_clear - caller.forks * a_fork
-            rows.append((kib, beyond, threads, files, (count - last_frames) / step, longest))
-            last_frames = count
+            beyond = kib - caller.clears * a_clear - caller.forks * a_fork - caller.values * a_value
+            processor = program.processor_seconds()
+            shown = count - last_frames
+            rows.append((kib, beyond, threads, files, shown / step, longest, 1e3 * (processor - last_processor) / max(shown, 1)))
+            last_frames, last_processor = count, processor
             print(f"{(time.monotonic() - start) / 60:6.1f} {caller.calls:9d} {caller.slowest * 1e3:10.0f} {kib:8d} {beyond:8.0f} "
-                  f"{threads:7d} {files:5d} {rows[-1][4]:8.1f} {longest:10.0f}", flush=True)
+                  f"{threads:7d} {files:5d} {rows[-1][4]:8.1f} {longest:10.0f} {rows[-1][6]:12.1f}", flush=True)
             caller.slowest = 0.0
     return verdict(program, rows, mark)
 
@@ -252,14 +267,15 @@ def verdict(program, rows, mark):
     mean = lambda part, column: sum(row[column] for row in part) / len(part)
     growth = mean(late, 1) - mean(early, 1)
     print(f"beyond what is never given back, memory grew by {growth:.0f} KiB; frames went from {mean(early, 4):.1f} to "
-          f"{mean(late, 4):.1f} a second")
+          f"{mean(late, 4):.1f} a second, a frame's processor time from {mean(early, 6):.1f} to {mean(late, 6):.1f} ms")
     if growth > 8192:
         faults.append("memory grows")
     if mean(late, 2) > mean(early, 2) + 4:
         faults.append("threads grow")
     if mean(late, 3) > mean(early, 3) + 4:
         faults.append("descriptors grow")
-    if mean(late, 4) < 0.8 * mean(early, 4):
+    # Other work on the machine takes from the rate, but not from the time of a frame.
+    if mean(late, 4) < 0.8 * mean(early, 4) and mean(late, 6) > 1.2 * mean(early, 6):
         faults.append("frames slow down")
     strange = [line for line in program.errors.since(mark) + program.output.lines if not EXPECTED.search(line)]
     if strange:
