@@ -3,8 +3,12 @@
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <bit>
+#include <cmath>
 #include <cstdint>
+#include <limits>
+#include <vector>
 
 #include "LayoutGraph.h"
 
@@ -69,15 +73,19 @@ void report(benchmark::State& state, double pairs) {
 }
 
 /// A vertex at a time, in the order in which they were made.
+void evaluatePlainly(LayoutGraph& graph, const Calculator& calculator) {
+  Layout::Spacetree::Iterator iterator;
+  for (auto* vertex : graph.layout.vertices) {
+    iterator.push(calculator.tree.rootPosition());
+    graph.layout.calculateForcesOnVertex(vertex, iterator);
+  }
+}
+
 void forcesPlain(benchmark::State& state) {
   LayoutGraph graph(static_cast<int>(state.range(0)));
   const Calculator calculator = graph.layout.buildTree();
-  Layout::Spacetree::Iterator iterator;
   for (auto _ : state) {
-    for (auto* vertex : graph.layout.vertices) {
-      iterator.push(calculator.tree.rootPosition());
-      graph.layout.calculateForcesOnVertex(vertex, iterator);
-    }
+    evaluatePlainly(graph, calculator);
     state.PauseTiming();
     graph.clearForces();
     state.ResumeTiming();
@@ -116,6 +124,31 @@ void repulsion(benchmark::State& state) {
   report(state, pairCount(calculator));
 }
 BENCHMARK(repulsion)->Apply(sizes);
+
+/// How far the two evaluations are apart, in units of the last place of a force's magnitude: the largest distance, and
+/// that of half of the vertices.
+void difference(benchmark::State& state) {
+  LayoutGraph graph(static_cast<int>(state.range(0)));
+  const Calculator calculator = graph.layout.buildTree();
+  RepulsionField::Scratch scratch(calculator.memory->field);
+  std::vector<TinyVector<float, 3>> plain;
+  for (auto _ : state) {
+    evaluatePlainly(graph, calculator);
+    for (const auto* vertex : graph.vertices) plain.push_back(vertex->force);
+    graph.clearForces();
+    graph.layout.calculateForces(calculator, {0, calculator.memory->field.particleCount()}, scratch);
+  }
+  std::vector<float> apart;
+  for (std::size_t i = 0; i < plain.size(); ++i) {
+    const float magnitude = length(plain[i]);
+    const float lastPlace = std::nextafter(magnitude, std::numeric_limits<float>::infinity()) - magnitude;
+    apart.push_back(length(graph.vertices[i]->force - plain[i]) / lastPlace);
+  }
+  std::ranges::sort(apart);
+  state.counters["largest"] = apart.back();
+  state.counters["median"] = apart[apart.size() / 2];
+}
+BENCHMARK(difference)->Apply(sizes)->Iterations(1);
 
 }  // namespace
 }  // namespace quorel
