@@ -102,7 +102,8 @@ def dying_screen(folder):
         program.kill()
         return "HANGS"
     program.errors.thread.join()
-    return f"ended, status {status}: {program.errors.lines[-1]}" if program.errors.lines else "ENDED WITHOUT A MESSAGE"
+    said = [line for line in program.errors.lines if not line.startswith("Xlib:  extension")]
+    return f"ended, status {status}: {said[0]}" if said else "ENDED WITHOUT A MESSAGE"
 
 
 def main():
