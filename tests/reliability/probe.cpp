@@ -98,14 +98,14 @@ void glutSwapBuffers() {
   last = time;
 }
 
-void* __libc_malloc(std::size_t size);
-
-void* malloc(std::size_t size) {
+/// The server's own malloc comes before one that is preloaded, and calls this.
+void* __libc_malloc(std::size_t size) {
+  static const auto allocate = original<void* (*)(std::size_t)>("__libc_malloc");
   if (mustFail("malloc")) {
     errno = ENOMEM;
     return nullptr;
   }
-  return __libc_malloc(size);
+  return allocate(size);
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* argument) {
