@@ -28,11 +28,11 @@ def read_processes():
     return processes
 
 
-def picture(before, now):
+def picture(before, now, seconds_between):
     """Returns {process id: (parent's id, {attribute: value})}."""
     result = {}
     for process, (name, parent, seconds) in now.items():
-        load = (seconds - before[process][2]) / INTERVAL if process in before else 0.0
+        load = (seconds - before[process][2]) / seconds_between if process in before else 0.0
         red = int(255 * min(max(load, 0.0), 1.0) ** 0.5)
         result[process] = parent, {"color": f"#{red:02X}{96 - red // 4:02X}{255 - red:02X}",
                                    "size": f"{0.7 + max(load, 0.0):.1f}",
@@ -67,13 +67,14 @@ server = xmlrpc.client.ServerProxy(SERVER)
 server.tessarel.clear()
 server.tessarel.set_vertex_style_attribute(0, "shape", "sphere")
 server.tessarel.set_edge_style_attribute(0, "color", "#506070")
-before, shown = read_processes(), {}
+before, read_at, shown = read_processes(), time.monotonic(), {}
 while time.monotonic() < end:
     time.sleep(INTERVAL)
+    last_read_at, read_at = read_at, time.monotonic()
     now = read_processes()
-    wanted = picture(before, now)
+    wanted = picture(before, now, read_at - last_read_at)
     calls = list(changes(shown, wanted))
-    for start in range(0, len(calls), 300):     # one request carries many, but no more than half a megabyte
+    for start in range(0, len(calls), 300):     # one request carries many calls
         several = xmlrpc.client.MultiCall(server)
         for method, *arguments in calls[start:start + 300]:
             getattr(several.tessarel, method)(*arguments)
