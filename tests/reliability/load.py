@@ -15,17 +15,14 @@ import resource
 import socket
 import statistics
 import sys
-import tempfile
 import threading
 import time
 import xmlrpc.client
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."))
 
-from soak import Frames, build_probe                     # noqa: E402
-from support.display import Display                      # noqa: E402
-from support.network import enter_own_network            # noqa: E402
-from support.program import PORT, Program                # noqa: E402
+from soak import watched_window                          # noqa: E402
+from support.program import PORT                         # noqa: E402
 
 LIMITS = {"slowest of 100 clients, s": 1.0, "8 clients over 100": 2.0, "beside silent connections, ms": 100.0,
           "frames a waiting call takes": 2}
@@ -171,22 +168,12 @@ def main():
     options.add_argument("--seconds", type=float, default=10)
     options = options.parse_args()
 
-    enter_own_network()
-    with tempfile.TemporaryDirectory() as folder:
-        os.environ["PROBE_FRAMES"] = os.path.join(folder, "frames")
-        os.environ["LD_PRELOAD"] = build_probe(folder)
-        display = Display()
-        program = Program(display)
-        del os.environ["LD_PRELOAD"]
-        try:
-            program.client.new_vertex_w_id(1)
-            many_clients(options.seconds)
-            silent_connections()
-            no_descriptors(program)
-            waiting_calls(program, Frames(os.environ["PROBE_FRAMES"]), options.seconds)
-        finally:
-            program.kill()
-            display.stop()
+    with watched_window() as (program, frames):
+        program.client.new_vertex_w_id(1)
+        many_clients(options.seconds)
+        silent_connections()
+        no_descriptors(program)
+        waiting_calls(program, frames, options.seconds)
     return 1 if complaints else 0
 
 

@@ -9,6 +9,7 @@ goes. Their cost is measured first, so that growth beyond them shows.
 Ends with status 1 if memory beyond that cost, threads, descriptors or frame time grow, or an unexpected line is written.
 """
 import argparse
+import contextlib
 import os
 import pathlib
 import random
@@ -51,6 +52,23 @@ class Frames:
             file.seek(8)
             file.write(struct.pack("q", 0))
         return count, longest / 1e6
+
+
+@contextlib.contextmanager
+def watched_window():
+    """The server on a screen and in a network of its own, and its frames. Ended at the end."""
+    enter_own_network()
+    with tempfile.TemporaryDirectory() as folder:
+        os.environ["PROBE_FRAMES"] = os.path.join(folder, "frames")
+        os.environ["LD_PRELOAD"] = build_probe(folder)
+        display = Display()
+        program = Program(display)
+        del os.environ["LD_PRELOAD"]
+        try:
+            yield program, Frames(os.environ["PROBE_FRAMES"])
+        finally:
+            program.kill()
+            display.stop()
 
 
 def resources(process):
@@ -212,18 +230,8 @@ def main():
     options.add_argument("--seed", type=int, default=1)
     options = options.parse_args()
 
-    enter_own_network()
-    with tempfile.TemporaryDirectory() as folder:
-        os.environ["PROBE_FRAMES"] = os.path.join(folder, "frames")
-        os.environ["LD_PRELOAD"] = build_probe(folder)
-        display = Display()
-        program = Program(display)
-        del os.environ["LD_PRELOAD"]
-        try:
-            return soak(program, Frames(os.environ["PROBE_FRAMES"]), options)
-        finally:
-            program.kill()
-            display.stop()
+    with watched_window() as (program, frames):
+        return soak(program, frames, options)
 
 
 def soak(program, frames, options):
