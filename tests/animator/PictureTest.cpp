@@ -1,5 +1,4 @@
 #include <GL/freeglut.h>
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
@@ -10,250 +9,362 @@
 namespace quorel {
 namespace {
 
-using Shape = VertexStyleDefns::Shape;
 using Vector = Scene::Vector;
 
 constexpr float notANumber = std::numeric_limits<float>::quiet_NaN();
 
-bool isLit(Pixel p) {
-  return !p.isBlack();
-}
-
-class PictureTest : public testing::Test {
+class PictureTest : public SceneTest {
 protected:
-  void SetUp() override {
-    if (scene == nullptr) GTEST_SKIP() << "no display";
+  /// That something is seen, and only about that point of the plane z = 0.
+  void expectSeenAt(float x, float y, const std::string& what) {
+    const Spots spots = scene.picture().spots();
+    EXPECT_GT(spots.count, 0) << what;
+    EXPECT_NEAR(0.5 * (spots.left + spots.right), scene.column(x), 4) << what;
+    EXPECT_NEAR(0.5 * (spots.bottom + spots.top), scene.row(y), 4) << what;
   }
-
-  /// Lit pixels within `reach` pixels of a point of the plane z = 0.
-  int litAround(const Picture& picture, float x, float y, int reach) const {
-    const int column = scene->column(x);
-    const int row = scene->row(y);
-    return picture.count(column - reach, row - reach, column + reach, row + reach, isLit);
-  }
-
-  Scene* scene = Scene::empty();
 };
 
-TEST_F(PictureTest, detailSmoothsRoundSolidsAndOnlyThose) {
-  const auto lit = [this](Shape shape, int shapedetail) {
-    scene = Scene::empty();
-    Scene::Vertex* v = scene->vertex(0.0F, 0.0F, 0.0F);
+TEST_F(PictureTest, eachShapeHasItsOutline) {
+  const struct {
+    Shape shape;
+    double least, most;  // how much of its box it fills
+  } cases[] = {{Shape::sphere, 0.74, 0.82},       {Shape::cone, 0.74, 0.82},      {Shape::torus, 0.55, 0.76},
+               {Shape::tetrahedron, 0.3, 0.9},    {Shape::cube, 0.97, 1.01},      {Shape::octahedron, 0.47, 0.56},
+               {Shape::dodecahedron, 0.65, 0.92}, {Shape::icosahedron, 0.6, 0.92}};
+  Scene::Vertex* v = scene.vertex(0.0F, 0.0F, 0.0F);
+  v->style.set_size(6.0);
+  v->style.set_shapedetail(40);
+  std::vector<Picture> pictures;
+  for (const auto& [shape, least, most] : cases) {
     v->style.set_shape(shape);
-    v->style.set_size(6.0);
+    pictures.push_back(scene.picture());
+    const Spots spots = pictures.back().spots();
+    const double filled = static_cast<double>(spots.count) / (spots.width() * spots.height());
+    EXPECT_TRUE(least < filled && filled < most) << shape << " fills " << filled;
+    EXPECT_EQ(isLit(pictures.back().at(Scene::width / 2, Scene::height / 2)), shape != Shape::torus) << shape;
+  }
+  for (std::size_t i = 0; i < pictures.size(); ++i) {
+    for (std::size_t j = 0; j < i; ++j) EXPECT_GT(pictures[i].differences(pictures[j]), 100) << i << ' ' << j;
+  }
+  v->style.set_shape(Shape::none);
+  EXPECT_EQ(scene.picture().count(), 0);
+}
+
+TEST_F(PictureTest, sizeIsSeenAndDetailSmoothsRoundSolidsAndOnlyThose) {
+  Scene::Vertex* v = scene.vertex(0.0F, 0.0F, 0.0F);
+  const auto seen = [&](Shape shape, double size, int shapedetail) {
+    v->style.set_shape(shape);
+    v->style.set_size(size);
     v->style.set_shapedetail(shapedetail);
-    return scene->picture().lit();
+    return scene.picture().spots();
   };
-  EXPECT_GT(lit(Shape::sphere, 40), lit(Shape::sphere, 5));
-  EXPECT_EQ(lit(Shape::sphere, 1), lit(Shape::sphere, 5));
-  EXPECT_EQ(lit(Shape::sphere, 100), lit(Shape::sphere, 40));
-  EXPECT_EQ(lit(Shape::cube, 40), lit(Shape::cube, 5));
+  EXPECT_GT(seen(Shape::sphere, 6.0, 40).count, seen(Shape::sphere, 6.0, 5).count);
+  EXPECT_EQ(seen(Shape::sphere, 6.0, 1).count, seen(Shape::sphere, 6.0, 5).count);
+  EXPECT_EQ(seen(Shape::sphere, 6.0, 100).count, seen(Shape::sphere, 6.0, 40).count);
+  EXPECT_EQ(seen(Shape::cube, 6.0, 40).count, seen(Shape::cube, 6.0, 5).count);
+  // Half a side of 0.4 or 0.8, seen from its front face's distance.
+  EXPECT_NEAR(seen(Shape::cube, 2.0, 0).width(), Scene::height * 0.2 / 2.8, 2);
+  EXPECT_NEAR(seen(Shape::cube, 4.0, 0).width(), Scene::height * 0.4 / 2.6, 2);
 }
 
 TEST_F(PictureTest, theCameraTurnsAboutItsAxesOneAfterTheOther) {
-  scene->hidden(0.0F, 0.0F, 0.0F);
-  Scene::Vertex* v = scene->vertex(0.0F, 0.0F, 1.0F);
+  Scene::Vertex* v = scene.vertex(0.0F, 0.0F, 1.0F);
   v->style.set_size(0.5);
-  scene->animator.camera_dist = -2.0;
-  scene->animator.autozoom_dist = -1.0;
-  scene->animator.angle_y = 90.0;
-  EXPECT_GT(litAround(scene->picture(), 1.0F, 0.0F, 8), 0) << "z has turned to the right";
-  scene->animator.angle_x = 90.0;
-  scene->animator.angle_y = 0.0;
-  EXPECT_GT(litAround(scene->picture(), 0.0F, -1.0F, 8), 0) << "z has turned down";
-  v->start.position = Vector(1.0F, 0.0F, 0.0F);
-  v->position = v->start.position;
-  scene->animator.angle_x = 0.0;
-  scene->animator.angle_z = 90.0;
-  EXPECT_GT(litAround(scene->picture(), 0.0F, 1.0F, 8), 0) << "x has turned up";
-  scene->animator.angle_y = 90.0;
-  EXPECT_GT(litAround(scene->picture(), 0.0F, 1.0F, 8), 0) << "up stays up under a turn about the vertical";
+  animator.camera_dist = -2.0;
+  animator.autozoom_dist = -1.0;
+  animator.angle_y = 90.0;
+  expectSeenAt(1.0F, 0.0F, "z has turned to the right");
+  animator.angle_x = 90.0;
+  animator.angle_y = 0.0;
+  expectSeenAt(0.0F, -1.0F, "z has turned down");
+  Scene::move(v, Vector(1.0F, 0.0F, 0.0F));
+  animator.angle_x = 0.0;
+  animator.angle_z = 90.0;
+  expectSeenAt(0.0F, 1.0F, "x has turned up");
+  animator.angle_y = 90.0;
+  expectSeenAt(0.0F, 1.0F, "up stays up under a turn about the vertical");
 }
 
 TEST_F(PictureTest, aPictureBesideAStepShowsTheLastFinishedState) {
-  Scene::Vertex* v = scene->vertex(1.0F, 0.0F, 0.0F);
-  scene->layout.startStateValid = true;
+  Scene::Vertex* v = scene.vertex(1.0F, 0.0F, 0.0F);
+  layout.startStateValid = true;
   v->position = Vector(-1.0F, 0.0F, 0.0F);
-  EXPECT_GT(litAround(scene->picture(), 1.0F, 0.0F, 5), 0);
-  scene->layout.startStateValid = false;
-  EXPECT_GT(litAround(scene->picture(), -1.0F, 0.0F, 5), 0);
+  expectSeenAt(1.0F, 0.0F, "the state of the start");
+  layout.startStateValid = false;
+  expectSeenAt(-1.0F, 0.0F, "the particle's own");
 }
 
 TEST_F(PictureTest, aLabelHasExactlyItsFontColourWhateverStandsAround) {
-  Scene::Vertex* v = scene->vertex(0.0F, 0.0F, 0.0F);
+  Scene::Vertex* v = scene.vertex(0.0F, 0.0F, 0.0F);
   v->style.set_label("label");
   v->style.set_color({0.0F, 0.0F, 1.0F});
-  const auto labelled = [](Pixel p) { return p == Pixel{255, 102, 0}; };
   v->style.set_fontcolor({1.0F, 0.4F, 0.0F});
-  const int expected = scene->picture().count(labelled);
+  const auto labelled = [](Pixel p) { return p == Pixel{255, 102, 0}; };
+  const int expected = scene.picture().count(labelled);
   EXPECT_GT(expected, 50);
-  Scene::Vertex* neighbour = scene->vertex(0.0F, -1.2F, 0.0F);
+  Scene::Vertex* neighbour = scene.vertex(0.0F, -1.2F, 0.0F);
   neighbour->style.set_shape(Shape::sphere);
   neighbour->style.set_color({1.0F, 1.0F, 1.0F});
   for (int angle = 0; angle < 360; angle += 30) {
-    scene->animator.angle_y = angle;
+    animator.angle_y = angle;
     v->style.set_shape(angle % 60 == 0 ? Shape::none : Shape::sphere);
-    EXPECT_EQ(scene->picture().count(labelled), expected) << angle;
+    EXPECT_EQ(scene.picture().count(labelled), expected) << angle;
   }
   neighbour->style.set_visible(false);
   v->style.set_shape(Shape::none);
-  for (int angle = 0; angle < 360; angle += 5) {
-    scene->animator.angle_x = angle;
-    scene->animator.angle_y = 3 * angle;
-    EXPECT_EQ(scene->picture().count(labelled), expected) << "lit by no light from any side: " << angle;
+  for (int angle = 0; angle < 360; angle += 15) {
+    animator.angle_x = angle;
+    animator.angle_y = 3 * angle;
+    EXPECT_EQ(scene.picture().count(labelled), expected) << "lit by no light from any side: " << angle;
   }
 }
 
+TEST_F(PictureTest, aLabelStandsAboveItsSolidOrOnThePointInItsFont) {
+  Scene::Vertex* v = scene.vertex(0.0F, 0.0F, 0.0F);
+  v->style.set_label("mmmm");
+  v->style.set_size(2.0);
+  const auto text = [this] { return scene.picture().spots([](Pixel p) { return p == Pixel{255, 255, 255}; }); };
+  EXPECT_NEAR(text().left, scene.column(0.0F), 2);
+  EXPECT_NEAR(text().bottom, scene.row(1.2F * 0.4F), 2);
+  v->style.set_shape(Shape::none);
+  EXPECT_NEAR(text().left, scene.column(0.0F), 2);
+  EXPECT_NEAR(text().bottom, scene.row(0.0F), 2);
+  const auto width = [&](const char* family, int size) {
+    v->style.set_fontfamily(family);
+    v->style.set_fontsize(size);
+    return text().width();
+  };
+  EXPECT_LT(width("Helvetica", 10), width("Helvetica", 12));
+  EXPECT_LT(width("Helvetica", 12), width("Helvetica", 18));
+  EXPECT_LT(width("Times Roman", 10), 0.7 * width("Times Roman", 24));
+  EXPECT_EQ(width("no such font", 40), width("Helvetica", 18));
+}
+
 TEST_F(PictureTest, anyBytesMakeALabel) {
-  Scene::Vertex* v = scene->hidden(-1.9F, 0.0F, 0.0F);
-  Scene::Vertex* w = scene->vertex(-1.9F, 0.0F, 0.0F);
+  Scene::Vertex* v = scene.hidden(-1.9F, 0.0F, 0.0F);
+  Scene::Vertex* w = scene.vertex(-1.9F, 0.0F, 0.0F);
   w->style.set_shape(Shape::none);
   const auto lit = [&](const std::string& label) {
     w->style.set_label(label);
-    return scene->picture().lit();
+    return scene.picture().count();
   };
   EXPECT_GT(lit("\xe9\xff"), 0) << "characters beyond the first 128";
   EXPECT_EQ(lit("a\nb"), lit("a") + lit("b")) << "a line feed leaves no mark";
   EXPECT_GT(lit(std::string(4096, 'x')), 300) << "only what fits into the window";
   v->style.set_label("a hidden vertex shows no label");
-  w->style.set_label("");
-  EXPECT_EQ(scene->picture().lit(), 0);
+  EXPECT_EQ(lit(""), 0);
 }
 
 /// A horizontal edge through the middle between hidden ends; what is drawn of it.
 class EdgePictureTest : public PictureTest {
 protected:
-  void SetUp() override {
-    PictureTest::SetUp();
-    if (scene == nullptr) return;
-    edge = scene->edge(scene->hidden(-1.0F, 0.0F, 0.0F), scene->hidden(1.0F, 0.0F, 0.0F));
-    length = scene->column(1.0F) - scene->column(-1.0F);
-  }
-
-  Scene::Edge* edge = nullptr;
-  int length = 0;
+  Scene::Edge* edge = scene.edge(scene.hidden(-1.0F, 0.0F, 0.0F), scene.hidden(1.0F, 0.0F, 0.0F));
+  int length = scene.column(1.0F) - scene.column(-1.0F);
 };
 
-TEST_F(EdgePictureTest, widthIsInPixelsAndLineStateIsBackToDefaultAfterwards) {
-  edge->style.set_width(3.0);
-  EXPECT_NEAR(scene->picture().lit(), 3 * length, 9);
-  for (const double width : {3.0, 0.0, -1.0, static_cast<double>(notANumber)}) {
-    edge->style.set_width(width);
-    edge->style.set_stroke(width == 0.0 ? 0x3333 : 0xffff);
-    scene->picture();
-    GLfloat lineWidth = 0.0F;
-    GLint pattern = 0;
-    glGetFloatv(GL_LINE_WIDTH, &lineWidth);
-    glGetIntegerv(GL_LINE_STIPPLE_PATTERN, &pattern);
-    EXPECT_EQ(lineWidth, 1.0F) << width;
-    EXPECT_EQ(pattern, 0xffff) << width;
-    EXPECT_TRUE(glIsEnabled(GL_LINE_STIPPLE)) << width;
+TEST_F(EdgePictureTest, strokeAndWidthAreInPixelsAndLineStateIsBackToDefaultAfterwards) {
+  for (const auto& [stroke, lit] : {std::pair{0xffff, 1.0}, {0xf0f0, 0.5}, {0x3333, 0.5}, {0, 0.0}}) {
+    for (const double width : {1.0, 3.0, 0.0, -1.0, static_cast<double>(notANumber)}) {
+      edge->style.set_width(width);
+      edge->style.set_stroke(stroke);
+      const Picture picture = scene.picture();
+      EXPECT_NEAR(picture.count(), lit * length * (width == 3.0 ? 3 : 1), 9) << stroke << ' ' << width;
+      GLfloat lineWidth = 0.0F;
+      GLint pattern = 0;
+      glGetFloatv(GL_LINE_WIDTH, &lineWidth);
+      glGetIntegerv(GL_LINE_STIPPLE_PATTERN, &pattern);
+      EXPECT_EQ(lineWidth, 1.0F) << width;
+      EXPECT_EQ(pattern, 0xffff) << width;
+      EXPECT_TRUE(glIsEnabled(GL_LINE_STIPPLE)) << width;
+    }
   }
+  const auto dashes = [&](int stroke) {
+    edge->style.set_width(1.0);
+    edge->style.set_stroke(stroke);
+    const Picture picture = scene.picture();
+    const Spots spots = picture.spots();
+    int runs = 1;
+    for (int x = spots.left + 1; x < spots.right; ++x) {
+      runs += isLit(picture.at(x, spots.bottom)) && !isLit(picture.at(x - 1, spots.bottom)) ? 1 : 0;
+    }
+    return runs;
+  };
+  EXPECT_NEAR(dashes(0xf0f0), length / 8.0, 1.0);
+  EXPECT_NEAR(dashes(0x3333), length / 4.0, 1.0);
+  edge->style.set_visible(false);
+  EXPECT_EQ(scene.picture().count(), 0);
 }
 
 TEST_F(EdgePictureTest, aLineHasExactlyItsColourWhateverWasDrawnBefore) {
   edge->style.set_color({1.0F, 0.4F, 0.2F});
   const auto coloured = [](Pixel p) { return p == Pixel{255, 102, 51}; };
-  const int expected = scene->picture().count(coloured);
+  const int expected = scene.picture().count(coloured);
   EXPECT_NEAR(expected, length, 2);
 
-  Scene::Vertex* left = scene->vertex(-1.0F, 1.2F, 0.0F);
-  Scene::Vertex* right = scene->vertex(1.0F, 1.2F, 0.0F);
-  Scene::Edge* other = scene->edge(left, right);
+  Scene::Vertex* left = scene.vertex(-1.0F, 1.2F, 0.0F);
+  Scene::Vertex* right = scene.vertex(1.0F, 1.2F, 0.0F);
+  Scene::Edge* other = scene.edge(left, right);
   other->style.set_label("other");
   for (int shape = Shape::none; shape <= Shape::icosahedron; ++shape) {
     left->style.set_shape(static_cast<Shape>(shape));
     right->style.set_shape(static_cast<Shape>(shape));
     other->style.set_arrow(shape % 2 == 0);
-    EXPECT_EQ(scene->picture().count(coloured), expected) << shape;
+    EXPECT_EQ(scene.picture().count(coloured), expected) << shape;
   }
 }
 
-TEST_F(EdgePictureTest, anArrowLiesAlongItsEdgeInEveryDirection) {
-  edge->style.set_visible(false);
+TEST_F(EdgePictureTest, strainIsBlueWherePressedWhiteAtTheMeanAndRedWhereStretched) {
+  edge->style.set_showstrain(true);
+  for (const float half : {0.5F, 1.5F}) {
+    scene.edge(scene.hidden(-half, half, 0.0F), scene.hidden(half, half, 0.0F))->style.set_showstrain(true);
+  }
+  scene.picture();  // the mean is the last picture's
+  const Picture picture = scene.picture();
+  EXPECT_NEAR(picture.count([](Pixel p) { return p == Pixel{0, 0, 255}; }), length / 2, 2);
+  EXPECT_NEAR(picture.count([](Pixel p) { return p == Pixel{255, 255, 255}; }), length, 2);
+  EXPECT_NEAR(picture.count([](Pixel p) { return p.red > 120 && p.red < 135 && p.blue == 0; }), 1.5 * length, 2);
+}
+
+TEST_F(EdgePictureTest, anArrowHasThePlaceMeasuresAndDirectionOfItsStyle) {
+  edge->style.set_stroke(0);
+  edge->style.set_arrow(true);
+  const auto expectArrow = [this](double position, double arrowLength, double radius, bool reverse, double left,
+                                  double right) {
+    edge->style.set_arrow_position(position);
+    edge->style.set_arrow_length(arrowLength);
+    edge->style.set_arrow_radius(radius);
+    edge->style.set_arrow_reverse(reverse);
+    const Picture picture = scene.picture();
+    const Spots spots = picture.spots();
+    EXPECT_NEAR(spots.left, scene.column(static_cast<float>(left)), 4);
+    EXPECT_NEAR(spots.right, scene.column(static_cast<float>(right)), 4);
+    EXPECT_NEAR(spots.height(), Scene::height * (right - left) * radius / 6.0, 3);
+    const int nearRight = spots.right - spots.width() / 4;
+    bool isBlunt = false;
+    for (int y = spots.bottom; y < spots.bottom + spots.height() / 4; ++y) isBlunt |= isLit(picture.at(nearRight, y));
+    EXPECT_EQ(isBlunt, reverse);
+  };
+  expectArrow(0.5, 4.0, 1.0, false, -0.2, 0.2);
+  expectArrow(0.5, 4.0, 1.0, true, -0.2, 0.2);
+  expectArrow(0.5, 4.0, 2.0, false, -0.2, 0.2);
+  expectArrow(0.5, 8.0, 1.0, false, -0.4, 0.4);
+  expectArrow(0.0, 4.0, 1.0, false, -0.8, -0.4);
+  expectArrow(1.0, 4.0, 1.0, false, 0.4, 0.8);
+  expectArrow(0.5, 99.0, 0.3, false, -0.8, 0.8);
+}
+
+TEST_F(PictureTest, anArrowLiesAlongItsEdgeInEveryDirection) {
   for (int i = 0; i < 24; ++i) {
-    scene = Scene::empty();
+    layout.clear();
     const double angle = i * 15.0 * 3.14159265358979 / 180.0;
     const auto x = static_cast<float>(std::cos(angle));
     const auto y = static_cast<float>(std::sin(angle));
     // With and without depth, which the turn of the cone comes from.
     const float z = i % 3 == 0 ? 0.0F : i % 3 == 1 ? 0.0004F : -0.3F;
-    Scene::Edge* e = scene->edge(scene->hidden(0.0F, 0.0F, 0.0F), scene->hidden(x, y, z));
+    Scene::Edge* e = scene.edge(scene.hidden(0.0F, 0.0F, 0.0F), scene.hidden(x, y, z));
     e->style.set_stroke(0);
     e->style.set_arrow(true);
     e->style.set_arrow_length(10.0);
     e->style.set_arrow_radius(0.2);
-    e->style.set_color({0.0F, 1.0F, 0.0F});
-    const Picture picture = scene->picture();
+    const Picture picture = scene.picture();
     double along = 0.0;
     double across = 0.0;
-    int pixels = 0;
-    for (int row = 0; row < picture.height; ++row) {
-      for (int column = 0; column < picture.width; ++column) {
-        if (picture.at(column, row).isBlack()) continue;
-        const double px = column + 0.5 - 0.5 * picture.width;
-        const double py = row + 0.5 - 0.5 * picture.height;
+    for (int row = 0; row < Scene::height; ++row) {
+      for (int column = 0; column < Scene::width; ++column) {
+        if (!isLit(picture.at(column, row))) continue;
+        const double px = column + 0.5 - 0.5 * Scene::width;
+        const double py = row + 0.5 - 0.5 * Scene::height;
         along += px * x + py * y;
         across += std::abs(py * x - px * y);
-        ++pixels;
       }
     }
-    ASSERT_GT(pixels, 40) << i;
-    EXPECT_NEAR(along / pixels, 0.4 * 0.5 * picture.height / 3.0, 6.0) << i;
-    EXPECT_LT(across / pixels, 3.0) << i;
+    ASSERT_GT(picture.count(), 40) << i;
+    EXPECT_NEAR(along / picture.count(), 0.4 * 0.5 * Scene::height / 3.0, 6.0) << i;
+    EXPECT_LT(across / picture.count(), 3.0) << i;
   }
 }
 
+TEST_F(EdgePictureTest, aCurveFollowsItsKnotsWhichComeAndGoWithTheStyle) {
+  edge->style.set_knots(4);
+  scene.picture();  // finds the knots missing
+  ASSERT_EQ(layout.numVertices(), 4);
+  const std::vector<Scene::Vertex*>& knots = *layout.knots.at(edge);
+  Scene::move(knots[1], Vector(-0.3F, 1.0F, 0.0F));
+  Scene::move(knots[2], Vector(0.3F, 1.0F, 0.0F));
+  const Spots curve = scene.picture().spots();
+  EXPECT_NEAR(curve.width(), length, 2);
+  EXPECT_NEAR(curve.top, scene.row(0.75F), 2) << "as high as a cubic between its hull's corners";
+  edge->style.set_knots(2);
+  EXPECT_EQ(scene.picture().spots().height(), 1);
+  EXPECT_EQ(layout.numVertices(), 2);
+}
+
+TEST_F(EdgePictureTest, aLabelStandsAtTheMiddle) {
+  edge->style.set_stroke(0);
+  edge->style.set_label("mmmm");
+  const Spots text = scene.picture().spots();
+  EXPECT_GT(text.count, 40);
+  EXPECT_NEAR(text.left, scene.column(0.0F), 2);
+  EXPECT_NEAR(text.bottom, scene.row(0.0F), 2);
+  edge->style.set_visible(false);
+  EXPECT_EQ(scene.picture().count(), 0) << "no label on a hidden edge";
+}
+
 TEST_F(PictureTest, forcesAreMarksOfLengthOne) {
-  Scene::Vertex* v = scene->hidden(0.0F, 0.0F, 0.0F);
-  scene->animator.show_forces = true;
-  EXPECT_EQ(scene->picture().lit(), 0) << "nothing pushes";
+  Scene::Vertex* v = scene.hidden(0.0F, 0.0F, 0.0F);
+  animator.show_forces = true;
+  EXPECT_EQ(scene.picture().count(), 0) << "nothing pushes";
   v->finishedAcceleration = Vector(0.001F, 0.0F, 0.0F);
-  const Picture picture = scene->picture();
-  EXPECT_NEAR(picture.count([](Pixel p) {
-    return p == Pixel{255, 255, 0};
-  }),
-              scene->column(1.0F) - scene->column(0.0F), 2);
+  const int marked = scene.picture().count([](Pixel p) { return p == Pixel{255, 255, 0}; });
+  EXPECT_NEAR(marked, scene.column(1.0F) - scene.column(0.0F), 2);
   v->finishedAcceleration = Vector(notANumber, 0.0F, 0.0F);
-  EXPECT_EQ(scene->picture().lit(), 0);
+  EXPECT_EQ(scene.picture().count(), 0);
+}
+
+TEST_F(PictureTest, theTreeOfTheRepulsionIsShownAsBoxes) {
+  for (int i = 0; i < 40; ++i) scene.hidden(0.1F * static_cast<float>(i % 8), 0.1F * static_cast<float>(i / 8), -0.5F);
+  const auto boxes = [this] { return scene.picture().count([](Pixel p) { return p == Pixel{0, 255, 0}; }); };
+  for (const char* key : {"t", "T"}) {
+    EXPECT_EQ(boxes(), 0);
+    scene.press(key);
+    EXPECT_GT(boxes(), 300);
+    scene.press(key);
+  }
 }
 
 TEST_F(PictureTest, theMovingFrameIsThreeAxesAndASphereOfRings) {
-  scene->animator.camera_dist = -8.0;
-  scene->picture();
+  animator.camera_dist = -8.0;
+  scene.picture();
   DynamicFrame<float> frame;
   frame.c0 = Vector(0.0F, 1.0F, 0.0F);
-  glPushMatrix();
-  glTranslatef(0.0F, 0.0F, 0.0F);
-  scene->animator.drawFrame(&frame);
-  scene->animator.drawFrame(nullptr);
-  glPopMatrix();
-  const Picture picture(Scene::width, Scene::height);
+  animator.drawFrame(&frame);
+  animator.drawFrame(nullptr);
+  const Picture picture;
   EXPECT_GT(picture.count([](Pixel p) { return p == Pixel{255, 255, 0}; }), 60) << "axes";
   EXPECT_GT(picture.count([](Pixel p) { return p.red == 204 && p.blue == 0; }), 60) << "equator";
   EXPECT_GT(picture.count([](Pixel p) { return p.red > 70 && p.red < 80 && p.blue == 0; }), 500) << "rings";
-  EXPECT_GT(litAround(picture, 0.0F, 1.0F, 4), 0) << "moved with its offset";
+  EXPECT_TRUE(isLit(picture.at(scene.column(0.0F), scene.row(1.0F)))) << "moved with its offset";
 }
 
 TEST_F(PictureTest, badNumbersSpoilNothingButTheirOwnVertex) {
-  scene->vertex(0.0F, 0.0F, 0.0F);
-  const Picture good = scene->picture();
-  Scene::Vertex* lost = scene->vertex(notANumber, 0.0F, 0.0F);
+  scene.vertex(0.0F, 0.0F, 0.0F);
+  const Picture good = scene.picture();
+  Scene::Vertex* lost = scene.vertex(notANumber, 0.0F, 0.0F);
   lost->style.set_label("nowhere");
-  Scene::Vertex* shapeless = scene->vertex(0.0F, 0.0F, 0.0F);
+  Scene::Vertex* shapeless = scene.vertex(0.0F, 0.0F, 0.0F);
   shapeless->style.set_size(static_cast<double>(notANumber));
-  Scene::Edge* e = scene->edge(lost, shapeless);
+  Scene::Edge* e = scene.edge(lost, shapeless);
   e->style.set_arrow(true);
   e->style.set_showstrain(true);
   e->style.set_label("nowhere");
   for (int shape = Shape::sphere; shape <= Shape::icosahedron; ++shape) {
     shapeless->style.set_shape(static_cast<Shape>(shape));
     lost->style.set_shape(static_cast<Shape>(shape));
-    EXPECT_EQ(scene->picture().differences(good), 0) << shape;
+    EXPECT_EQ(scene.picture().differences(good), 0) << shape;
   }
-  EXPECT_TRUE(isFinite(scene->layout.centroid));
-  EXPECT_TRUE(isFinite(scene->layout.eigenvalues));
-  EXPECT_DOUBLE_EQ(scene->animator.mean_edge_length, 1.0);
+  EXPECT_TRUE(isFinite(layout.centroid));
+  EXPECT_TRUE(isFinite(layout.eigenvalues));
+  EXPECT_DOUBLE_EQ(animator.mean_edge_length, 1.0);
 }
 
 }  // namespace

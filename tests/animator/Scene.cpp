@@ -4,12 +4,10 @@
 
 #include <algorithm>
 #include <cmath>
-#include <fstream>
-
-#include "animator/VirtualDisplay.h"
+#include <cstdio>
+#include <cstdlib>
 
 #if defined(__SANITIZE_ADDRESS__)
-#include <gtest/gtest.h>
 #include <sanitizer/lsan_interface.h>
 #endif
 
@@ -22,9 +20,9 @@ extern "C" const char* __tsan_default_suppressions() {
 
 namespace quorel {
 
-#if defined(__SANITIZE_ADDRESS__)
 namespace {
 
+#if defined(__SANITIZE_ADDRESS__)
 /// Looks for leaks while the graphics driver is still loaded. It unloads itself at exit, and what it then leaves behind
 /// has no name that a suppression could match.
 class LeakCheck final : public testing::Environment {
@@ -33,31 +31,43 @@ public:
 };
 
 [[maybe_unused]] const auto* const leakCheck = testing::AddGlobalTestEnvironment(new LeakCheck);
-
-}  // namespace
 #endif
 
-Picture::Picture(int pictureWidth, int pictureHeight) : width(pictureWidth), height(pictureHeight) {
-  std::vector<unsigned char> bytes(3 * static_cast<std::size_t>(width) * height);
+/// Where DISPLAY is not set, starts a virtual one, which ends with its only client.
+void provideDisplay() {
+  if (std::getenv("DISPLAY") != nullptr) return;
+  static FILE* const server =
+      popen("exec Xvfb -displayfd 1 -screen 0 1280x1024x24 -nolisten tcp -terminate 2>/dev/null", "r");
+  int number = 0;
+  if (std::fscanf(server, "%d", &number) == 1) setenv("DISPLAY", (":" + std::to_string(number)).c_str(), 1);
+}
+
+}  // namespace
+
+Picture::Picture() : pixels(Scene::width * Scene::height) {
+  std::vector<unsigned char> bytes(3 * pixels.size());
   glPixelStorei(GL_PACK_ALIGNMENT, 1);
-  glReadPixels(0, 0, width, height, GL_RGB, GL_UNSIGNED_BYTE, bytes.data());
-  for (std::size_t i = 0; i < bytes.size(); i += 3) pixels.push_back({bytes[i], bytes[i + 1], bytes[i + 2]});
+  glReadPixels(0, 0, Scene::width, Scene::height, GL_RGB, GL_UNSIGNED_BYTE, bytes.data());
+  for (std::size_t i = 0; i < pixels.size(); ++i) pixels[i] = {bytes[3 * i], bytes[3 * i + 1], bytes[3 * i + 2]};
 }
 
-int Picture::count(const std::function<bool(Pixel)>& wanted) const {
-  return count(0, 0, width, height, wanted);
+const Pixel& Picture::at(int x, int y) const {
+  return pixels[static_cast<std::size_t>(y * Scene::width + x)];
 }
 
-int Picture::count(int x0, int y0, int x1, int y1, const std::function<bool(Pixel)>& wanted) const {
-  int found = 0;
-  for (int y = std::max(y0, 0); y < std::min(y1, height); ++y) {
-    for (int x = std::max(x0, 0); x < std::min(x1, width); ++x) found += wanted(at(x, y)) ? 1 : 0;
+Spots Picture::spots(const std::function<bool(Pixel)>& wanted) const {
+  Spots spots = {.left = Scene::width, .bottom = Scene::height};
+  for (int y = 0; y < Scene::height; ++y) {
+    for (int x = 0; x < Scene::width; ++x) {
+      if (!wanted(at(x, y))) continue;
+      ++spots.count;
+      spots.left = std::min(spots.left, x);
+      spots.right = std::max(spots.right, x + 1);
+      spots.bottom = std::min(spots.bottom, y);
+      spots.top = std::max(spots.top, y + 1);
+    }
   }
-  return found;
-}
-
-int Picture::lit() const {
-  return count([](Pixel p) { return !p.isBlack(); });
+  return spots;
 }
 
 int Picture::differences(const Picture& other) const {
@@ -66,41 +76,24 @@ int Picture::differences(const Picture& other) const {
   return different;
 }
 
-void Picture::write(const std::string& file) const {
-  std::ofstream out(file, std::ios::binary);
-  out << "P6\n" << width << ' ' << height << "\n255\n";
-  for (int y = height - 1; y >= 0; --y) {
-    for (int x = 0; x < width; ++x) {
-      const Pixel& p = at(x, y);
-      out.put(static_cast<char>(p.red)).put(static_cast<char>(p.green)).put(static_cast<char>(p.blue));
-    }
-  }
-}
-
-Scene* Scene::make() {
-  if (!provideDisplay()) return nullptr;
+Scene& Scene::make() {
+  provideDisplay();
   static char name[] = "scene";
   char* arguments[] = {name, nullptr};
   // As in the program, neither is ever destroyed.
   auto* layout = new GraphLayout;
-  auto* animator = new GraphAnimator(1, arguments, *layout);
-  return new Scene(*layout, *animator);
+  return *new Scene{*layout, *new GraphAnimator(1, arguments, *layout)};
 }
 
-Scene* Scene::empty() {
-  static Scene* const scene = make();
-  if (scene != nullptr) scene->reset();
-  return scene;
-}
+Scene& Scene::empty() {
+  static Scene& scene = make();
+  scene.layout.clear();
+  scene.layout.resetDefaultStyles();
+  scene.layout.parallel = true;
+  scene.layout.use_runge_kutta = true;
+  scene.layout.friction = 0.25F;
 
-void Scene::reset() {
-  layout.clear();
-  layout.resetDefaultStyles();
-  layout.parallel = true;
-  layout.use_runge_kutta = true;
-  layout.friction = 0.25F;
-
-  GraphAnimator& a = animator;
+  GraphAnimator& a = scene.animator;
   a.show_vertices = a.show_labels = a.drawing = a.autozoom = true;
   a.show_frame = a.show_coarser = a.show_spacetree = a.show_forces = a.show_status = false;
   a.paused = a.idle = a.fullscreen = a.selecting = false;
@@ -111,11 +104,12 @@ void Scene::reset() {
   a.mean_edge_length = 1.0;
   a.viewport_x = a.viewport_y = 0;
   a.ReshapeFunc(width, height);
+  return scene;
 }
 
 Scene::Vertex* Scene::vertex(float x, float y, float z) {
   Vertex* v = layout.newVertex();
-  v->position = v->start.position = Vector(x, y, z);
+  move(v, {x, y, z});
   return v;
 }
 
@@ -125,18 +119,22 @@ Scene::Vertex* Scene::hidden(float x, float y, float z) {
   return v;
 }
 
+void Scene::move(Vertex* v, const Vector& position) {
+  v->position = v->start.position = position;
+}
+
 Scene::Edge* Scene::edge(Vertex* source, Vertex* target) {
   const Vector positions[] = {source->position, target->position};
   Edge* e = layout.newEdge(source, target);
-  source->position = source->start.position = positions[0];
-  target->position = target->start.position = positions[1];
+  move(source, positions[0]);
+  move(target, positions[1]);
   return e;
 }
 
 Picture Scene::picture() {
   layout.centroid = Vector();
   animator.Display(false);
-  return {width, height};
+  return {};
 }
 
 int Scene::column(float x) const {
@@ -147,6 +145,10 @@ int Scene::column(float x) const {
 int Scene::row(float y) const {
   const double depth = -(animator.camera_dist + animator.autozoom_dist);
   return static_cast<int>(std::floor(height * (0.5 + 0.5 * y / depth)));
+}
+
+void Scene::press(const std::string& keys) {
+  for (const char key : keys) animator.KeyPressFunc(static_cast<unsigned char>(key), 0, 0);
 }
 
 }  // namespace quorel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <functional>
 #include <string>
 #include <vector>
@@ -8,6 +10,8 @@
 
 namespace quorel {
 
+using Shape = VertexStyleDefns::Shape;
+
 /// A colour as the picture has it, 0 to 255.
 struct Pixel {
   int red = 0;
@@ -15,34 +19,39 @@ struct Pixel {
   int blue = 0;
 
   bool operator==(const Pixel&) const = default;
-  bool isBlack() const { return red + green + blue == 0; }
 };
 
-/// What the window shows, row 0 at the bottom.
+inline bool isLit(Pixel p) {
+  return p != Pixel();
+}
+
+/// The pixels that fit a question, and the box around them; rows are counted from the bottom.
+struct Spots {
+  int count = 0;
+  int left = 0, right = 0, bottom = 0, top = 0;  // right and top are one beyond
+
+  int width() const { return right - left; }
+  int height() const { return top - bottom; }
+};
+
+/// What the window shows.
 class Picture {
 public:
-  Picture(int pictureWidth, int pictureHeight);
+  Picture();
 
-  const Pixel& at(int x, int y) const { return pixels[static_cast<std::size_t>(y) * width + x]; }
-
-  /// Pixels for which `wanted` holds, in the whole picture or in the box [x0, x1) by [y0, y1).
-  int count(const std::function<bool(Pixel)>& wanted) const;
-  int count(int x0, int y0, int x1, int y1, const std::function<bool(Pixel)>& wanted) const;
-  int lit() const;
+  const Pixel& at(int x, int y) const;
+  Spots spots(const std::function<bool(Pixel)>& wanted = isLit) const;
+  int count(const std::function<bool(Pixel)>& wanted = isLit) const { return spots(wanted).count; }
 
   /// Pixels in which the two differ.
   int differences(const Picture& other) const;
 
-  /// For looking at: a binary PPM.
-  void write(const std::string& file) const;
-
-  int width;
-  int height;
+private:
   std::vector<Pixel> pixels;
 };
 
 /// The one window of a test program, with its layout: GLUT makes no second one. Vertices stand where they are put; the
-/// viewer looks along -z from a distance that is set, and the centre of the picture is the origin.
+/// viewer looks along -z from a distance of 3, and the centre of the picture is the origin.
 class Scene {
 public:
   using GraphLayout = quorel::GraphLayout<LayoutSchema>;
@@ -54,13 +63,14 @@ public:
   static constexpr int width = 400;
   static constexpr int height = 300;
 
-  /// The scene, emptied and with every switch as at the start; null where there is no display.
-  static Scene* empty();
+  /// The scene, emptied and with every switch as at the start.
+  static Scene& empty();
 
   Vertex* vertex(float x, float y, float z);
   Edge* edge(Vertex* source, Vertex* target);
   /// A vertex that draws nothing.
   Vertex* hidden(float x, float y, float z);
+  static void move(Vertex* v, const Vector& position);
 
   /// One picture without a step.
   Picture picture();
@@ -69,14 +79,21 @@ public:
   int column(float x) const;
   int row(float y) const;
 
+  /// Presses the keys one after the other.
+  void press(const std::string& keys);
+
   GraphLayout& layout;
   GraphAnimator& animator;
 
 private:
-  Scene(GraphLayout& madeLayout, GraphAnimator& madeAnimator) : layout(madeLayout), animator(madeAnimator) {}
+  static Scene& make();
+};
 
-  static Scene* make();
-  void reset();
+class SceneTest : public testing::Test {
+protected:
+  Scene& scene = Scene::empty();
+  Scene::GraphLayout& layout = scene.layout;
+  Scene::GraphAnimator& animator = scene.animator;
 };
 
 }  // namespace quorel

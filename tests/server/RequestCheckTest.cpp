@@ -9,63 +9,59 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string nested(int levels, const std::string& tag, const std::string& inside = "") {
+std::string nested(int levels, const std::string& inside = "") {
   std::string opened;
   std::string closed;
   for (int i = 0; i < levels; ++i) {
-    opened += "<" + tag + ">";
-    closed += "</" + tag + ">";
+    opened += "<a>";
+    closed += "</a>";
   }
   return opened + inside + closed;
 }
 
 TEST(RequestCheckTest, letsThroughWhatClientsSend) {
-  const std::string passed[] = {
-      "",
-      "no markup at all",
-      "<?xml version=\"1.0\"?><methodCall><methodName>tessarel.clear</methodName></methodCall>",
-      "\xEF\xBB\xBF<?xml version='1.0' encoding='utf-8'?>\r\n<a/>",
-      "<!-- a comment with <!DOCTYPE in it --><a><![CDATA[<!DOCTYPE <a><a> ]] > ]]></a>",
-      "<?note <!DOCTYPE ?><a b='>' c=\"<\"/>",
-      "<a>&lt;!DOCTYPE&gt; &amp; &#65;</a>",
-      "<value><string>G\xC3\xBC\xC3\x9F</string></value>",
-      nested(deepestNesting, "a"),
-      nested(deepestNesting - 1, "value", "<i/><i/><i/><i/>"),
-      nested(deepestNesting - 1, "a", nested(1, "b") + nested(1, "b") + nested(1, "b")),
-  };
-  for (const std::string& body : passed) EXPECT_EQ(reasonToRefuse(body), nullptr) << body;
+  for (const std::string& body : {
+           ""s,
+           "no markup at all"s,
+           "\xEF\xBB\xBF<?xml version='1.0' encoding='utf-8'?>\r\n<a/>"s,
+           "<!-- a comment with <!DOCTYPE in it --><a><![CDATA[<!DOCTYPE <a><a> ]] > ]]></a>"s,
+           "<?note <!DOCTYPE ?><a b='>' c=\"<\"/>"s,
+           "<a>&lt;!DOCTYPE&gt; &amp; &#65; G\xC3\xBC\xC3\x9F</a>"s,
+           nested(deepestNesting),
+           nested(deepestNesting - 1, "<i/><i/><i/><i/>"),
+           nested(deepestNesting - 1, "<b></b><b></b><b></b>"),
+       }) {
+    EXPECT_EQ(reasonToRefuse(body), nullptr) << body;
+  }
 }
 
 TEST(RequestCheckTest, refusesWhatTheParserDoesNotSurvive) {
-  const std::string refused[] = {
-      "<!DOCTYPE m[<!ENTITY a \"%\r\"",
-      "<?xml version=\"1.0\"?>\n<!DOCTYPE lolz [<!ENTITY lol \"lol\">]><a>&lol;</a>",
-      "<!doctype a>",
-      "<!",
-      "<a><!></a>",
-      "<![INCLUDE[<!DOCTYPE a>]]>",
-      // What hides a declaration from a reader that divides the text another way.
-      "<?x <!-- ?><!DOCTYPE a[]><!-- -->",
-      "<!-- --><!DOCTYPE a[]><!-- -->",
-      "<!--><!DOCTYPE-->  <!DOCTYPE a[]>",
-      "<a b=\"<!--\"/><!DOCTYPE a[]>-->",
-      "<a b='\"'/><!DOCTYPE a[]><b c='\"'/>",
-      "<a><![CDATA[ ]]><!DOCTYPE a[]><![CDATA[ ]]></a>",
-      "a\0b"s,
-      "<\0a\0/\0>\0"s,
-      "\xFF\xFE<a/>",
-      "\xFE\xFF<a/>",
-      nested(deepestNesting + 1, "a"),
-      nested(5000, "value"),
-      "</a></a></a></a>" + nested(deepestNesting + 1, "a"),
-      "<a/><a />" + nested(deepestNesting + 1, "a b='/'"),
-      "<a",
-      "<!-- no end",
-      "<![CDATA[ no end",
-      "<?no end",
-      "<a b='no end>",
-  };
-  for (const std::string& body : refused) EXPECT_NE(reasonToRefuse(body), nullptr) << body;
+  for (const std::string& body : {
+           "<?xml version=\"1.0\"?>\n<!DOCTYPE lolz [<!ENTITY lol \"lol\">]><a>&lol;</a>"s,
+           "<!doctype a>"s,
+           "<a><!></a>"s,
+           "<![INCLUDE[<!DOCTYPE a>]]>"s,
+           // What hides a declaration from a reader that divides the text another way.
+           "<?x <!-- ?><!DOCTYPE a[]><!-- -->"s,
+           "<!-- --><!DOCTYPE a[]><!-- -->"s,
+           "<!--><!DOCTYPE-->  <!DOCTYPE a[]>"s,
+           "<a b=\"<!--\"/><!DOCTYPE a[]>-->"s,
+           "<a b='\"'/><!DOCTYPE a[]><b c='\"'/>"s,
+           "<a><![CDATA[ ]]><!DOCTYPE a[]><![CDATA[ ]]></a>"s,
+           "a\0b"s,
+           "\xFF\xFE<a/>"s,
+           "\xFE\xFF<a/>"s,
+           nested(deepestNesting + 1),
+           "</a></a></a></a>" + nested(deepestNesting + 1),
+           "<a/><a />" + nested(deepestNesting, "<a b='/'>"),
+           "<a"s,
+           "<!-- no end"s,
+           "<![CDATA[ no end"s,
+           "<?no end"s,
+           "<a b='no end>"s,
+       }) {
+    EXPECT_NE(reasonToRefuse(body), nullptr) << body;
+  }
 }
 
 }  // namespace

@@ -49,14 +49,15 @@ class Display:
     def key(self, *names):
         self.do("key", *names)
 
-    def move(self, x, y):
-        self.do("mousemove", x, y)
-
     def click(self, x, y, button=1):
         self.do("mousemove", x, y, "click", button)
 
+    def clicks(self, spot, count):
+        """So fast that each but the first makes a double click of it."""
+        self.do("mousemove", *spot, "click", "--repeat", count, "--delay", 40, 1)
+
     def double_click(self, x, y):
-        self.do("mousemove", x, y, "click", "--repeat", 2, "--delay", 40, 1)
+        self.clicks((x, y), 2)
 
     def drag(self, start, end, button=1):
         middle = [(a + b) // 2 for a, b in zip(start, end)]
@@ -67,11 +68,9 @@ class Display:
 
     def window_box(self, name="Tessarel"):
         """(left, top, right, bottom) on the screen, or None."""
-        for window in self.window_ids(name):
-            told = dict(line.split("=") for line in self.do("getwindowgeometry", "--shell", window).split())
-            left, top = int(told["X"]), int(told["Y"])
-            return left, top, left + int(told["WIDTH"]), top + int(told["HEIGHT"])
-        return None
+        told = self.do("search", "--onlyvisible", "--name", f"^{name}$", "getwindowgeometry", "--shell", "%1")
+        box = {key: int(value) for key, _, value in (line.partition("=") for line in told.split())}
+        return box and (box["X"], box["Y"], box["X"] + box["WIDTH"], box["Y"] + box["HEIGHT"])
 
     def window_size(self):
         left, top, right, bottom = self.window_box()
@@ -85,9 +84,7 @@ class Display:
     def choose(self, entry):
         """Chooses a menu entry as a person does: opens the menu, points at the entry, clicks."""
         left, top, right, bottom = self.open_menu()
-        y = top + (MENU.index(entry) + 0.5) * (bottom - top) / len(MENU)
-        self.do("mousemove", (left + right) // 2, int(y))
-        self.do("click", 1)
+        self.click((left + right) // 2, int(top + (MENU.index(entry) + 0.5) * (bottom - top) / len(MENU)))
 
     def close_window(self):
         """What a window manager does when a person closes the window: asks the program to."""

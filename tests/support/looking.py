@@ -10,14 +10,20 @@ def web(colour):
     return "#{:02X}{:02X}{:02X}".format(*colour)
 
 
+def seen(display, colour, least=200):
+    """Waits until so many pixels have the colour, and returns the whole numbers of their centre."""
+    spots = wait_until(lambda: (s := display.picture().tinted(colour)).count > least and s, f"{colour} in the picture")
+    return [int(c) for c in spots.centre]
+
+
 def steady(display, spots, seconds=30):
     """Waits until spots(picture) are there and rest, and returns them."""
-    seen = []
+    boxes = []
 
     def rests():
         now = spots(display.picture())
-        seen.append(now.box)
-        return now if now.count and len(seen) > 6 and len(set(seen[-6:])) == 1 else None
+        boxes.append(now.box)
+        return now if now.count and len(boxes) > 4 and len(set(boxes[-4:])) == 1 else None
     return wait_until(rests, "a steady picture", seconds, 0.05)
 
 

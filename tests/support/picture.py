@@ -1,4 +1,6 @@
 """What can be said of a screenshot: where a colour shows, how much of it, and what differs between two."""
+import math
+
 from PIL import Image, ImageChops
 
 
@@ -12,7 +14,9 @@ class Spots:
 
     @property
     def centre(self):
-        return (self.box[0] + self.box[2]) / 2, (self.box[1] + self.box[3]) / 2
+        """Of the box; near nothing if there is none."""
+        left, top, right, bottom = self.box or (math.nan,) * 4
+        return (left + right) / 2, (top + bottom) / 2
 
     @property
     def width(self):
@@ -21,20 +25,6 @@ class Spots:
     @property
     def height(self):
         return self.box[3] - self.box[1] if self.box else 0
-
-    @property
-    def extent(self):
-        return max(self.width, self.height)
-
-    def columns(self):
-        """The number of separate columns of pixels: the runs of a horizontal dashed line, for one."""
-        runs, inside = 0, False
-        if self.box:
-            cut = self.mask.crop(self.box)
-            for value in cut.resize((cut.width, 1), Image.Resampling.BOX).getdata():
-                runs += value > 0 and not inside
-                inside = value > 0
-        return runs
 
 
 class Picture:

@@ -91,17 +91,14 @@ class Program:
         wait_until(answers, "the server to answer", 20)
         wait_until(self.display.window_ids, "the window", 20)
 
-    def processor_seconds(self):
-        """Processor time used so far, by all threads."""
-        with open(f"/proc/{self.process.pid}/stat", encoding="ascii") as file:
-            fields = file.read().rpartition(")")[2].split()
-        return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
-
     def load(self, seconds=1.0):
-        """Cores in use during these seconds."""
-        start = time.monotonic(), self.processor_seconds()
+        """Cores in use during these seconds, by all threads."""
+        def used():
+            fields = pathlib.Path(f"/proc/{self.process.pid}/stat").read_text(encoding="ascii").rpartition(")")[2].split()
+            return (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
+        start, before = time.monotonic(), used()
         time.sleep(seconds)
-        return (self.processor_seconds() - start[1]) / (time.monotonic() - start[0])
+        return (used() - before) / (time.monotonic() - start)
 
     def report(self):
         """(camera_dist, autozoom_dist, [eigenvalues]) as the key "~" prints them."""

@@ -1,6 +1,9 @@
-"""What each method answers and says."""
+"""What each method takes, answers and says."""
+import xmlrpc.client
+
 import pytest
 
+from support.program import URL
 from support.waiting import wait_until
 
 # A world of vertices 1, 2 and 3, edge 10 from 1 to 2, vertex style 5 and edge style 6: what it refuses, and why.
@@ -55,31 +58,36 @@ def test_each_refusal_is_minus_one_with_its_line(program, world):
         assert program.errors.since(mark) == [line]
 
 
-def test_a_new_id_can_be_used_at_once_though_no_frame_has_passed(graph):
-    for _ in range(30):
-        one, two = graph.new_vertex(), graph.new_vertex()
-        edge, style, edge_style = graph.new_edge(one, two), graph.new_vertex_style(0), graph.new_edge_style(0)
-        assert min(one, two, edge, style, edge_style) >= 2 ** 30
-        assert [graph.set_vertex_attribute(one, "label", "x"), graph.change_vertex_style(two, style),
-                graph.set_vertex_style_attribute(style, "size", "2"), graph.set_edge_attribute(edge, "width", "2"),
-                graph.change_edge_style(edge, edge_style), graph.set_edge_style_attribute(edge_style, "label", "y"),
-                graph.new_vertex_style_w_id(style - 2 ** 30, style), graph.remove_vertex(one)] == [0] * 8
-        assert graph.remove_edge(edge) == -1            # it went with its end
-        assert graph.new_vertex_w_id(one) == 0          # an id is free again after the removal
-        assert graph.clear() == 0
+SIGNATURES = {"new_vertex_w_id": "i", "new_edge_w_id": "iii", "new_edge": "ii", "remove_vertex": "i",
+              "remove_edge": "i", "set_vertex_attribute": "iss", "set_vertex_style_attribute": "iss", "new_vertex_style": "i",
+              "new_vertex_style_w_id": "ii", "change_vertex_style": "ii", "set_edge_attribute": "iss",
+              "set_edge_style_attribute": "iss", "new_edge_style": "i", "new_edge_style_w_id": "ii",
+              "change_edge_style": "ii"}
+
+
+def test_arguments_that_do_not_fit_are_a_fault_and_change_nothing(program, graph):
+    mark = len(program.errors)
+    for method, kinds in SIGNATURES.items():
+        fitting = [7 if kind == "i" else "color" for kind in kinds]
+        for wrong in [fitting[:-1], fitting + [7], [[7] if kind == "i" else 7 for kind in kinds]]:
+            with pytest.raises(xmlrpc.client.Fault):
+                getattr(graph, method)(*wrong)
+    assert program.errors.since(mark) == []
+    assert [graph.new_vertex_w_id(7), graph.new_vertex_style_w_id(7, 0), graph.new_edge_style_w_id(7, 0)] == [0, 0, 0]
+
+
+def test_every_method_is_there_and_a_strange_one_is_a_fault(program):
+    with xmlrpc.client.ServerProxy(URL) as server:
+        listed = {name for name in server.system.listMethods() if not name.startswith("system.")}
+        assert listed == {"tessarel." + name for name in [*SIGNATURES, "new_vertex", "clear"]}
+        assert server.system.methodHelp("tessarel.clear") == "No help is available for this method."
+        with pytest.raises(xmlrpc.client.Fault):
+            server.tessarel.fly()
 
 
 def test_the_four_kinds_of_id_do_not_touch_each_other_and_may_be_negative(graph):
+    graph.new_vertex_w_id(5)
     for number in (-7, 0, 2 ** 30 + 5, -2 ** 31, 2 ** 31 - 1):
-        assert graph.new_vertex_w_id(number) == 0
-        assert graph.new_vertex_w_id(number // 2 + 9) == 0
-        assert graph.new_edge_w_id(number, number, number // 2 + 9) == 0
-        assert graph.new_vertex_style_w_id(number or 1, 0) == 0
-        assert graph.new_edge_style_w_id(number or 1, 0) == 0
-
-
-def test_clear_forgets_every_id_and_may_be_called_on_nothing(world):
-    assert (world.clear(), world.clear()) == (0, 0)
-    assert [world.remove_vertex(1), world.remove_edge(10), world.set_vertex_style_attribute(5, "size", "1"),
-            world.set_edge_style_attribute(6, "width", "1")] == [-1] * 4
-    assert [world.set_vertex_style_attribute(0, "size", "1"), world.set_edge_style_attribute(0, "width", "1")] == [0, 0]
+        assert [graph.new_vertex_w_id(number), graph.new_edge_w_id(number, number, 5),
+                graph.new_vertex_style_w_id(number or 1, 0), graph.new_edge_style_w_id(number or 1, 0)] == [0] * 4
+    assert min(graph.new_vertex(), graph.new_edge(-7, 0), graph.new_vertex_style(0), graph.new_edge_style(0)) >= 2 ** 30
