@@ -91,7 +91,7 @@ class Caller:
         self.random = random.Random(seed)
         self.server = xmlrpc.client.ServerProxy(URL)
         self.call = self.server.tessarel
-        self.calls = self.clears = self.forks = self.values = 0
+        self.calls = self.clears = self.vertex_versions = self.edge_versions = self.values = 0
         self.slowest = 0.0
         self.forget()
 
@@ -100,12 +100,11 @@ class Caller:
         self.vertices, self.edges, self.vertex_styles, self.edge_styles = {}, {}, {0: set()}, {0: set()}
 
     def note(self, keys, key):
-        """A value that was set where none was: the first of an object makes a version."""
-        if not keys:
-            self.forks += 1
-        elif key not in keys:
-            self.values += 1
+        """A value was set. Returns whether it is the object's first, which makes a version."""
+        first = not keys
+        self.values += not first and key not in keys
         keys.add(key)
+        return first
 
     def one(self):
         kinds = [self.new_vertex, self.new_edge, self.new_edge, self.vertex_attribute, self.vertex_attribute,
@@ -140,7 +139,7 @@ class Caller:
         key, value = self.random.choice([("color", "#40C0FF"), ("label", "soak"), ("shape", "sphere"), ("size", "1.5"),
                                          ("charge", "2"), ("visible", "true")])
         if self.call.set_vertex_attribute(vertex, key, value) == 0:
-            self.note(self.vertices[vertex], key)
+            self.vertex_versions += self.note(self.vertices[vertex], key)
 
     def edge_attribute(self):
         edge = self.some(self.edges)
@@ -148,17 +147,17 @@ class Caller:
                                          ("strength", "2"), ("spline", self.random.choice(["true", "false"])),
                                          ("stroke", "dashed"), ("showstrain", "true")])
         if self.call.set_edge_attribute(edge, key, value) == 0:
-            self.note(self.edges[edge][0], key)
+            self.edge_versions += self.note(self.edges[edge][0], key)
 
     def vertex_style(self):
         if len(self.vertex_styles) < 20:
             self.vertex_styles[self.call.new_vertex_style(self.some(self.vertex_styles))] = set()
-            self.forks += 1
+            self.vertex_versions += 1
 
     def edge_style(self):
         if len(self.edge_styles) < 20:
             self.edge_styles[self.call.new_edge_style(self.some(self.edge_styles))] = set()
-            self.forks += 1
+            self.edge_versions += 1
 
     def change_vertex_style(self):
         vertex = self.some(self.vertices)
@@ -200,33 +199,34 @@ def cost_of(program, count, work):
     return (resources(program.process)[0] - before) / count
 
 
-def measure_costs(program):
-    server = xmlrpc.client.ServerProxy(URL)
-
-    def batched(calls):
-        batch = xmlrpc.client.MultiCall(server)
-        for name, *arguments in calls:
-            getattr(batch.tessarel, name)(*arguments)
-        list(batch())
+def measure_costs(program, frames):
+    """KiB of a clear, of a private version of a vertex and of an edge that was shown, and of a further value."""
+    many = 500
+    together = program.client.together
+    values = {"color": "1", "label": "soak", "shape": "sphere", "size": "1.5", "charge": "2", "visible": "true"}
 
     def clears(count):
-        for _ in range(count // 500):
-            batched([("clear",)] * 500)
+        together([("clear",)] * count)
 
-    def forks(count, keys=("color",)):
-        values = {"color": "1", "label": "soak", "shape": "sphere", "size": "1.5", "charge": "2", "visible": "true"}
-        for _ in range(count // 500):
-            batched(([("change_vertex_style", 1, 0)] + [("set_vertex_attribute", 1, key, values[key]) for key in keys]) * 500)
+    def versions(kind, keys):
+        def work(count):
+            for _ in range(count // many):
+                together([(f"change_{kind}_style", id, 0) for id in range(1, many)])
+                together([(f"set_{kind}_attribute", id, key, values[key]) for id in range(1, many) for key in keys])
+                shown = frames.take()[0]
+                while frames.take()[0] < shown + 2:
+                    time.sleep(0.01)
+        return work
 
     a_clear = cost_of(program, 20000, clears)
-    server.tessarel.new_vertex_w_id(1)
-    a_fork = cost_of(program, 50000, forks)
-    several = ("color", "label", "shape", "size", "charge", "visible")
-    a_value = (cost_of(program, 20000, lambda count: forks(count, several)) - a_fork) / (len(several) - 1)
-    server.tessarel.clear()
-    print(f"never given back: {a_clear:.2f} KiB a clear, {a_fork:.2f} KiB a private version with one value, {a_value:.2f} KiB "
-          "for each further value", flush=True)
-    return a_clear, a_fork, a_value
+    together([("new_vertex_w_id", id) for id in range(many)] + [("new_edge_w_id", id, 0, id) for id in range(1, many)])
+    a_vertex = cost_of(program, 20000, versions("vertex", ["color"]))
+    an_edge = cost_of(program, 20000, versions("edge", ["color"]))
+    a_value = (cost_of(program, 10000, versions("vertex", values)) - a_vertex) / (len(values) - 1)
+    clears(1)
+    print(f"never given back: {a_clear:.2f} KiB a clear; {a_vertex:.2f} KiB a private version of a vertex, {an_edge:.2f} KiB of "
+          f"an edge, shown and with one value; {a_value:.2f} KiB a further value", flush=True)
+    return a_clear, a_vertex, an_edge, a_value
 
 
 def main():
@@ -241,7 +241,7 @@ def main():
 
 
 def soak(program, frames, options):
-    a_clear, a_fork, a_value = measure_costs(program)
+    a_clear, a_vertex, an_edge, a_value = measure_costs(program, frames)
     caller = Caller(options.seed)
     print(f"seed {options.seed}\n{'minute':>6} {'calls':>9} {'slowest ms':>10} {'KiB':>8} {'beyond':>8} {'threads':>7} "
           f"{'files':>5} {'frames/s':>8} {'longest ms':>10} {'cpu ms/frame':>12}", flush=True)
@@ -259,7 +259,8 @@ def soak(program, frames, options):
         if time.monotonic() - start >= step * (len(rows) + 1):
             kib, threads, files = resources(program.process)
             count, longest = frames.take()
-            kept = caller.clears * a_clear + caller.forks * a_fork + caller.values * a_value
+            kept = (caller.clears * a_clear + caller.vertex_versions * a_vertex + caller.edge_versions * an_edge
+                    + caller.values * a_value)
             processor = processor_seconds(program.process)
             shown = count - last_frames
             rows.append((kib, kib - kept, threads, files, shown / step, longest, 1e3 * (processor - last_processor) / max(shown, 1), kept))
