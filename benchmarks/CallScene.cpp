@@ -9,10 +9,10 @@
 #include <thread>
 #include <vector>
 
+#include "HttpClient.h"
 #include "layout/GraphLayout.h"
 #include "server/Diagnostics.h"
 #include "server/GraphProxy.h"
-#include "server/HttpClient.h"
 #include "server/MethodTable.h"
 #include "server/XmlRpcServer.h"
 
@@ -106,6 +106,11 @@ struct Kind {
   const char* bareName;
   std::function<std::vector<std::string>(int)> arguments;  // each within its type's tags
 };
+
+std::string callOf(const std::string& method, const std::string& parameters) {
+  return "<?xml version=\"1.0\"?><methodCall><methodName>" + method + "</methodName><params>" + parameters +
+         "</params></methodCall>";
+}
 
 std::string number(int value) {
   return "<int>" + std::to_string(value) + "</int>";
