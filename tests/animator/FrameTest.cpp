@@ -99,6 +99,18 @@ TEST_F(FrameTest, aFrameThatDoesNotStepTakesTwentyMillisecondsAtLeast) {
   EXPECT_LT(animator.fps, 1000.0 / 19.0) << "whole milliseconds";
 }
 
+TEST_F(FrameTest, theCameraStandsBackByTheExtentUnlessTheMenuTurnsThatOff) {
+  animator.DisplayFunc();
+  layout.eigenvalues = {0.0F, 0.0F, 4.0F};
+  animator.MenuFunc(2);
+  const double before = animator.autozoom_dist;
+  animator.DisplayFunc();
+  EXPECT_EQ(animator.autozoom_dist, before);
+  animator.MenuFunc(2);
+  animator.DisplayFunc();
+  EXPECT_LT(animator.autozoom_dist, before);
+}
+
 TEST_F(FrameTest, theViewportAndTheAspectFollowTheWindow) {
   animator.ReshapeFunc(0, 0);
   EXPECT_EQ(animator.aspect, 1.0);

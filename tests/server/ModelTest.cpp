@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <deque>
 #include <map>
+#include <optional>
 #include <random>
 #include <thread>
 #include <vector>
@@ -17,7 +18,7 @@ namespace {
 /// The attribute values of a style or object, and the scope that shows through where it has none.
 struct Scope {
   const Scope* above = nullptr;
-  std::map<std::string, std::string> own;
+  std::map<std::string, std::string> own = {};
 
   const std::string& inForce(const std::string& attribute) const {
     const auto found = own.find(attribute);
@@ -42,6 +43,7 @@ struct Object {
 template <class Style>
 struct Kind {
   const std::vector<AttributeExamples<Style>>& examples;
+  std::string refusal;  // of any value, followed by the key and a quote
   int (GraphProxy::*newStyle)(int parent);
   int (GraphProxy::*newStyleWithId)(int id, int parent);
   int (GraphProxy::*changeStyle)(int id, int style);
@@ -60,7 +62,8 @@ class Walk {
 public:
   Walk(GraphProxy& walked, unsigned seed, Others who, int firstId)
       : proxy(walked), random(seed), others(who), base(firstId) {
-    clear();
+    if (others == Others::none) log.emplace(std::clog);
+    forget();
   }
 
   void step() {
@@ -68,7 +71,7 @@ public:
     const bool ofVertex = pick(2) == 0;
     if (what < 1 && others != Others::onIdsOfTheirOwn) {
       expect(proxy.tessarel_clear() == 0);
-      clear();
+      forget();
     } else if (what < 120) {
       newVertex();
     } else if (what < 280) {
@@ -82,7 +85,7 @@ public:
       expect(proxy.tessarel_remove_edge(id) == (edges.objects.erase(id) != 0 ? 0 : -1));
     } else if (what < 420) {
       ofVertex ? newStyle(vertices) : newStyle(edges);
-    } else if (what < 580) {
+    } else if (what < 540) {
       ofVertex ? changeStyle(vertices) : changeStyle(edges);
     } else if (what < 960) {
       ofVertex ? setAttribute(vertices) : setAttribute(edges);
@@ -109,34 +112,37 @@ public:
     for (const auto& [id, scope] : edges.styles) compareValues(edges, *proxy.edgeStyleOf(id), *scope, id);
   }
 
-  int curveCount() const {
-    int curves = 0;
+  std::size_t curveCount() const {
+    std::size_t curves = 0;
     for (const auto& [id, object] : edges.objects) curves += object.scope->inForce("spline") == "4" ? 1 : 0;
     return curves;
   }
 
+  using P = GraphProxy;
   Kind<VertexStyle> vertices{vertexExamples,
-                             &GraphProxy::tessarel_new_vertex_style,
-                             &GraphProxy::tessarel_new_vertex_style_w_id,
-                             &GraphProxy::tessarel_change_vertex_style,
-                             &GraphProxy::tessarel_set_vertex_attribute,
-                             &GraphProxy::tessarel_set_vertex_style_attribute};
+                             "tessarel: error setting vertex style attribute \"",
+                             &P::tessarel_new_vertex_style,
+                             &P::tessarel_new_vertex_style_w_id,
+                             &P::tessarel_change_vertex_style,
+                             &P::tessarel_set_vertex_attribute,
+                             &P::tessarel_set_vertex_style_attribute};
   Kind<EdgeStyle> edges{edgeExamples,
-                        &GraphProxy::tessarel_new_edge_style,
-                        &GraphProxy::tessarel_new_edge_style_w_id,
-                        &GraphProxy::tessarel_change_edge_style,
-                        &GraphProxy::tessarel_set_edge_attribute,
-                        &GraphProxy::tessarel_set_edge_style_attribute};
+                        "tessarel: error setting edge attribute \"",
+                        &P::tessarel_new_edge_style,
+                        &P::tessarel_new_edge_style_w_id,
+                        &P::tessarel_change_edge_style,
+                        &P::tessarel_set_edge_attribute,
+                        &P::tessarel_set_edge_style_attribute};
 
 private:
-  void clear() {
+  void forget() {
     scopes.clear();
-    clear(vertices, VertexStyle());
-    clear(edges, EdgeStyle());
+    forget(vertices, VertexStyle());
+    forget(edges, EdgeStyle());
   }
 
   template <class Style>
-  void clear(Kind<Style>& kind, const Style& initial) {
+  void forget(Kind<Style>& kind, const Style& initial) {
     kind.objects.clear();
     kind.styles = {{0, &scopes.emplace_back()}};
     for (const auto& e : kind.examples) kind.styles[0]->own[attributeOf(e.key)] = e.inForce(initial);
@@ -151,66 +157,59 @@ private:
 
   int pick(std::size_t below) { return static_cast<int>(random() % below); }
 
-  /// Where others do the same to the same objects, any answer may be right.
-  void expect(bool right) const { ASSERT_TRUE(right || others == Others::onTheSameIds); }
+  template <class Container>
+  auto& any(const Container& container) {
+    return *std::next(container.begin(), pick(container.size()));
+  }
 
   /// An id that is mostly known, and otherwise from a small range in which some are.
   template <class Map>
   int anyId(const Map& known) {
-    if (known.empty() || pick(10) == 0) return base + pick(60) - 10;
-    return std::next(known.begin(), pick(known.size()))->first;
+    return known.empty() || pick(10) == 0 ? base + pick(60) - 10 : any(known).first;
   }
 
-  template <class Map>
-  void expectFresh(int id, const Map& known) const {
-    expect(id >= 1 << 30 && !known.contains(id));
+  /// Where others do the same to the same objects, any answer may be right.
+  void expect(bool right) const { ASSERT_TRUE(right || others == Others::onTheSameIds); }
+
+  /// The id of a new object if `fits`, made with an id of the client's choice or of the server's.
+  template <class Map, class Fresh, class WithId>
+  std::optional<int> made(const Map& known, bool fits, Fresh fresh, WithId withId) {
+    int id = base + pick(40);
+    if (pick(2) == 0) {
+      id = fresh();
+      expect(fits ? id >= 1 << 30 && !known.contains(id) : id == -1);
+    } else {
+      fits = fits && !known.contains(id);
+      expect(withId(id) == (fits ? 0 : -1));
+    }
+    return fits ? std::optional(id) : std::nullopt;
   }
 
   void newVertex() {
-    int id = base + pick(40);
-    if (pick(2) == 0) {
-      id = proxy.tessarel_new_vertex();
-      expectFresh(id, vertices.objects);
-    } else {
-      const bool known = vertices.objects.contains(id);
-      expect(proxy.tessarel_new_vertex_w_id(id) == (known ? -1 : 0));
-      if (known) return;
-    }
-    vertices.objects[id] = {vertices.styles[0]};
+    const auto id = made(
+        vertices.objects, true, [this] { return proxy.tessarel_new_vertex(); },
+        [this](int chosen) { return proxy.tessarel_new_vertex_w_id(chosen); });
+    if (id) vertices.objects[*id] = {vertices.styles[0]};
   }
 
   void newEdge() {
     const int first = anyId(vertices.objects);
     const int second = anyId(vertices.objects);
     const bool fits = vertices.objects.contains(first) && vertices.objects.contains(second) && first != second;
-    int id = base + pick(40);
-    if (pick(2) == 0) {
-      id = proxy.tessarel_new_edge(first, second);
-      if (!fits) return expect(id == -1);
-      expectFresh(id, edges.objects);
-    } else {
-      const bool free = fits && !edges.objects.contains(id);
-      expect(proxy.tessarel_new_edge_w_id(id, first, second) == (free ? 0 : -1));
-      if (!free) return;
-    }
-    edges.objects[id] = {edges.styles[0], true, first, second};
+    const auto id = made(
+        edges.objects, fits, [&] { return proxy.tessarel_new_edge(first, second); },
+        [&](int chosen) { return proxy.tessarel_new_edge_w_id(chosen, first, second); });
+    if (id) edges.objects[*id] = {edges.styles[0], true, first, second};
   }
 
   template <class Style>
   void newStyle(Kind<Style>& kind) {
     const int parent = anyId(kind.styles);
     const auto above = kind.styles.find(parent);
-    int id = base + pick(20);
-    if (pick(2) == 0) {
-      id = (proxy.*kind.newStyle)(parent);
-      if (above == kind.styles.end()) return expect(id == -1);
-      expectFresh(id, kind.styles);
-    } else {
-      const bool free = above != kind.styles.end() && !kind.styles.contains(id);
-      expect((proxy.*kind.newStyleWithId)(id, parent) == (free ? 0 : -1));
-      if (!free) return;
-    }
-    kind.styles[id] = &scopes.emplace_back(Scope{above->second, {}});
+    const auto id = made(
+        kind.styles, above != kind.styles.end(), [&] { return (proxy.*kind.newStyle)(parent); },
+        [&](int chosen) { return (proxy.*kind.newStyleWithId)(chosen, parent); });
+    if (id) kind.styles[*id] = &scopes.emplace_back(Scope{above->second});
   }
 
   template <class Style>
@@ -226,23 +225,33 @@ private:
 
   template <class Style>
   void setAttribute(Kind<Style>& kind) {
-    const auto& e = kind.examples[static_cast<std::size_t>(pick(kind.examples.size()))];
-    const auto& [value, inForce] = e.taken[static_cast<std::size_t>(pick(e.taken.size()))];
-    const bool good = e.refused.empty() || pick(8) != 0;
-    const std::string text = good ? value : e.refused[static_cast<std::size_t>(pick(e.refused.size()))];
     const bool onStyle = pick(3) == 0;
     const int id = onStyle ? anyId(kind.styles) : anyId(kind.objects);
     if (onStyle && id == 0 && others == Others::onIdsOfTheirOwn) return;
+    const auto& e = any(kind.examples);
+    const auto& taken = any(e.taken);
+    const bool good = e.refused.empty() || pick(3) != 0;
+    const std::string value = good ? taken.first : any(e.refused);
     const bool known = onStyle ? kind.styles.contains(id) : kind.objects.contains(id);
-    const int answer = (proxy.*(onStyle ? kind.setStyle : kind.set))(id, e.key.c_str(), text.c_str());
-    expect(answer == (known && good ? 0 : -1));
-    if (!known || !good) return;
+    const auto setter = onStyle ? kind.setStyle : kind.set;
+    if (log) log->take();
+    expect((proxy.*setter)(id, e.key.c_str(), value.c_str()) == (known && good ? 0 : -1));
+    if (!known) return;
+    if (log) {
+      std::string line = e.line.empty() ? "" : e.line + "\n";
+      if (!line.empty()) line.replace(line.find('%'), 1, value);
+      ASSERT_EQ(log->take(), good ? "" : line + kind.refusal + e.key + "\"\n");
+      const std::string unknown = any(std::vector{"", "Label", "wdith", "note", "labeloffset", "manifold", "knots"});
+      ASSERT_EQ((proxy.*setter)(id, unknown.c_str(), "1"), -1);
+      ASSERT_EQ(log->take(), kind.refusal + unknown + "\"\n");
+    }
+    if (!good) return;
     Scope*& scope = onStyle ? kind.styles[id] : kind.objects[id].scope;
     if (!onStyle && kind.objects[id].shared) {
-      scope = &scopes.emplace_back(Scope{scope, {}});
+      scope = &scopes.emplace_back(Scope{scope});
       kind.objects[id].shared = false;
     }
-    scope->own[attributeOf(e.key)] = inForce;
+    scope->own[attributeOf(e.key)] = taken.second;
   }
 
   GraphProxy& proxy;
@@ -250,6 +259,7 @@ private:
   Others others;
   int base;
   std::deque<Scope> scopes;
+  std::optional<Captured> log;
 };
 
 long fromEnvironment(const char* name, long otherwise) {
@@ -262,7 +272,6 @@ protected:
   static constexpr int clientCount = 16;
   static constexpr int callsOfClient = 1500;
 
-  ModelTest() { verbose = false; }
   ~ModelTest() override { verbose = true; }
 
   /// Clients on threads of their own while this thread makes frames: a poll, then a step and a picture under the locks
@@ -307,13 +316,14 @@ TEST_F(ModelTest, anySequenceOfCallsLeavesWhatTheModelHas) {
       ASSERT_EQ(proxy.vertexStyles.size() + 1, walk.vertices.styles.size());
       ASSERT_EQ(proxy.edgeStyles.size() + 1, walk.edges.styles.size());
       // A curve has two knots, and no knot outlives its curve.
-      ASSERT_EQ(proxy.layout->vertices.size(), walk.vertices.objects.size() + 2 * std::size_t(walk.curveCount()));
+      ASSERT_EQ(proxy.layout->vertices.size(), walk.vertices.objects.size() + 2 * walk.curveCount());
     }
     ASSERT_FALSE(HasFatalFailure()) << "at step " << i << " of seed " << seed;
   }
 }
 
 TEST_F(ModelTest, sixteenClientsHearWhatEachWouldHearAlone) {
+  verbose = false;
   std::deque<Walk> walks;
   for (int i = 0; i < clientCount; ++i) {
     walks.emplace_back(proxy, static_cast<unsigned>(i), Others::onIdsOfTheirOwn, 1000 * (i + 1));
@@ -338,6 +348,7 @@ TEST_F(ModelTest, sixteenClientsHearWhatEachWouldHearAlone) {
 }
 
 TEST_F(ModelTest, clientsWhoTakeOneAnothersObjectsAwayLeaveTheMapsAndTheGraphInAgreement) {
+  verbose = false;
   serve([&](int number) {
     Walk walk(proxy, static_cast<unsigned>(number), Others::onTheSameIds, 0);
     for (int i = 0; i < callsOfClient; ++i) walk.step();
@@ -346,7 +357,6 @@ TEST_F(ModelTest, clientsWhoTakeOneAnothersObjectsAwayLeaveTheMapsAndTheGraphInA
 }
 
 TEST_F(ModelTest, linesOfSeveralThreadsStayWhole) {
-  verbose = true;
   Captured log(std::clog);
   serve([this](int number) {
     for (int i = 0; i < 200; ++i) proxy.tessarel_remove_edge(number);

@@ -1,10 +1,12 @@
 #include <cstdlib>
 #include <set>
+#include <thread>
 
 #include "ProxyFixture.h"
 #include "server/GraphEvents.h"
-#include "versioning/EdgeStyle.h"
-#include "versioning/VertexStyle.h"
+#include "server/XMLRPC.h"
+#include "server/XMLRPC_VertexCallback.h"
+#include "versioning/GlobalStyleLock.h"
 
 namespace quorel {
 namespace {
@@ -31,6 +33,23 @@ TEST_F(QueueTest, anEventWhoseObjectHasGoneDoesNothing) {
   EXPECT_TRUE(proxy.edges.empty());
   EXPECT_TRUE(proxy.vertexStyles.empty());
   EXPECT_EQ(log.take(), "");
+}
+
+TEST_F(QueueTest, aCallBackAboutAVertexThatNoClientNamedIsNotMade) {
+  XMLRPC_VertexCallback("http://127.0.0.1:1/m")(proxy.layout->newVertex());
+  EXPECT_EQ(xmlrpc().pool, nullptr);
+}
+
+TEST_F(QueueTest, validationWaitsForNoPicture) {
+  proxy.tessarel_new_vertex_w_id(1);
+  const std::lock_guard<MultiLockable> drawing(globalStyleLock);
+  int results = 0;
+  std::thread client([&] {
+    results += proxy.tessarel_set_vertex_attribute(1, "size", "2");
+    results += proxy.tessarel_set_edge_style_attribute(0, "width", "-2");
+  });
+  client.join();  // hangs, if a client waits for whoever draws
+  EXPECT_EQ(results, -1);
 }
 
 // The parser of the requests seeds the process-wide generator with the time.

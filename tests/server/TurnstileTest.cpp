@@ -14,7 +14,7 @@ TEST(TurnstileTest, letsInThoseWhoCameDuringAStepInTheirOrderBeforeTheNextFrame)
   constexpr std::size_t clientCount = 8;
   MultiLockable lock(0);
   Turnstile entrance(lock);
-  for (int frame = 0; frame < 20; ++frame) {
+  for (int frame = 0; frame < 10; ++frame) {
     std::vector<std::size_t> order;
     std::vector<std::thread> clients;
     lock.lock();  // the step, past the turnstile

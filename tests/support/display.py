@@ -54,7 +54,7 @@ class Display:
 
     def clicks(self, spot, count):
         """So fast that each but the first makes a double click of it."""
-        self.do("mousemove", *spot, "click", "--repeat", count, "--delay", 40, 1)
+        self.do("mousemove", *spot, "click", "--repeat", count, "--delay", 10, 1)
 
     def double_click(self, x, y):
         self.clicks((x, y), 2)

@@ -4,8 +4,13 @@ import threading
 import xmlrpc.client
 
 
+def http_answer(body):
+    return f"HTTP/1.1 200 OK\r\nContent-Type: text/xml\r\nContent-Length: {len(body)}\r\n\r\n".encode() + body
+
+
 class Listener:
-    """A client's own XML-RPC server, which notes what it is told and answers as it is bid."""
+    """A client's own XML-RPC server, which notes what it is told and answers as it is bid: "fine", "slow", "fault", or with
+    these bytes."""
 
     def __init__(self, answer="fine"):
         self.calls, self.release = [], threading.Event()
@@ -18,12 +23,8 @@ class Listener:
                 if answer == "slow":
                     listener.release.wait()
                 said = xmlrpc.client.Fault(42, "not today") if answer == "fault" else (0,)
-                text = xmlrpc.client.dumps(said, methodresponse=True).encode()
-                self.send_response(200)
-                self.send_header("Content-Type", "text/xml")
-                self.send_header("Content-Length", str(len(text)))
-                self.end_headers()
-                self.wfile.write(text)
+                self.wfile.write(answer if isinstance(answer, bytes) else
+                                 http_answer(xmlrpc.client.dumps(said, methodresponse=True).encode()))
 
             def log_message(self, *_):
                 pass

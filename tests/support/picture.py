@@ -50,10 +50,6 @@ class Picture:
         """Pixels that are not black."""
         return Spots(self._strongest().point(lambda v: 255 * (v > 16)))
 
-    def bright(self):
-        """Pixels of light text and lines, whatever their colour."""
-        return Spots(self._strongest().point(lambda v: 255 * (v > 150)))
-
     def difference(self, other, tolerance=24):
         """Pixels in which two pictures differ."""
         return Spots(Picture(ImageChops.difference(self.image, other.image))._strongest()

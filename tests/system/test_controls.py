@@ -2,7 +2,7 @@
 import pytest
 
 from support.display import MENU
-from support.looking import BLUE, RED, YELLOW, steady, web
+from support.looking import BLUE, RED, YELLOW, near, steady, web
 from support.program import Program
 from support.waiting import wait_until
 
@@ -27,10 +27,6 @@ def upright(display, graph):
     graph.new_vertex_w_id(1)
     graph.new_vertex_w_id(2)
     graph.new_edge_w_id(3, 1, 2)
-    return wait_until_upright(display)
-
-
-def wait_until_upright(display):
     wait_until(lambda: display.picture().tinted(RED).height > 40, "the pair upright", 20)
     return steady(display, lambda picture: picture.tinted(RED))
 
@@ -39,16 +35,13 @@ def labels(picture):
     return picture.exactly((255, 255, 255), 40).count > 20
 
 
-def vertices(picture):
-    return picture.tinted(BLUE).count > 20
-
-
 def status(picture):
-    return picture.crop(*STATUS_LINE).bright().count > 100
+    return picture.crop(*STATUS_LINE).exactly((255, 255, 255), 100).count > 100
 
 
 TOGGLES = [  # keys, what they show, whether it shows at the start
-    ("lL", labels, True), ("vV", vertices, True), ("x", lambda picture: picture.crop(0, 280, 200, 320).lit().count > 100, False),
+    ("lL", labels, True), ("vV", lambda picture: picture.tinted(BLUE).count > 20, True),
+    ("x", lambda picture: picture.crop(0, 280, 200, 320).lit().count > 100, False),
     ("aA", lambda picture: picture.tinted(YELLOW).count > 5, False),
     ("S", status, False),
     (["percent"], lambda picture: picture.tinted(RED).count > 20, True), (["percent", "space"], status, False)]
@@ -65,47 +58,30 @@ def test_keys_show_and_hide(display, upright):
                 assert key not in "vV" or display.picture().tinted(RED).count > 20, "edges stay"
 
 
-def test_mouse_and_special_keys_turn_slide_and_zoom_the_view(display, upright):
+def test_mouse_and_special_keys_move_the_view(display, upright):
     def red():
         return display.picture().tinted(RED)
     display.drag((200, 100), (200, 250))                # a quarter turn about the horizontal axis: seen from the end
     wait_until(lambda: red().height < 0.6 * upright.height, "a foreshortened edge", 4)
     display.drag((200, 250), (200, 100))
-    wait_until(lambda: abs(red().height - upright.height) < 4, "the view from before", 4)
     display.drag((400, 300), (500, 260), 2)
-    wait_until(lambda: abs(red().centre[0] - upright.centre[0] - 100) < 5, "a slide", 4)
-    assert abs(red().centre[1] - upright.centre[1] + 40) < 5 and display.window_size() == (800, 600)
-    display.drag((500, 260), (400, 300), 2)
+    wait_until(lambda: near(red().centre, (upright.centre[0] + 100, upright.centre[1] - 40), 5), "a slide", 4)
     display.key("Up", "Up")
     wait_until(lambda: red().height > 1.2 * upright.height, "it to come nearer", 10)
-    display.key(*["Right"] * 20)
-    display.drag((100, 300), (300, 300))                # the end of a cube is off the axis of the spin
-    seen = display.picture()
-    wait_until(lambda: display.picture().difference(seen).count > 50, "the view to turn", 10)
 
 
-def test_the_menu_and_full_screen(display, upright, graph, program):
+def test_the_menu_and_full_screen(display, upright):
     left, top, right, bottom = display.open_menu()
     assert right - left > 80 and (bottom - top) / len(MENU) > 10
     display.click(700, 500)                     # beside the menu: closes it
     for shown in (False, True):
         display.choose("Toggle labels")
         wait_until(lambda: labels(display.picture()) == shown, "the labels to come or go", 4)
-    display.choose("Toggle autozoom")
-    autozoom = program.report()[1]
-    graph.set_edge_attribute(3, "strength", "0.05")
-    wait_until(lambda: program.distance() > 1.5, "a longer edge", 20, 0.1)
-    assert program.report()[1] == autozoom
-    display.choose("Toggle autozoom")
-    wait_until(lambda: program.report()[1] < autozoom - 0.5, "the camera to stand back", 20, 0.1)
-    before = display.picture()
-    display.choose("Reset layout")
-    wait_until(lambda: display.picture().difference(before).count > 100, "a scattered graph", 4)
     for leave in (lambda: display.key("Escape"), lambda: display.choose("Toggle fullscreen")):
         display.do("windowsize", "--sync", display.window_ids()[0], 640, 480)
         wait_until(lambda: display.window_size() == (640, 480), "the size asked for")
         display.choose("Toggle fullscreen")
         wait_until(lambda: display.window_size() == display.size, "the full screen", 5)
-        wait_until(lambda: abs(display.screen().tinted(BLUE).centre[0] - display.size[0] / 2) < 60, "all in its middle", 5)
+        wait_until(lambda: abs(display.screen().tinted(BLUE).centre[0] - display.size[0] / 2) < 40, "all in its middle", 5)
         leave()
         wait_until(lambda: display.window_size() == (640, 480), "the size from before", 5)

@@ -1,6 +1,6 @@
 """What a client makes is seen, styles reach what is below them, and the camera follows: judged by the picture."""
 from support.looking import BLUE, DEFAULT, GREEN, MIDDLE, RED, YELLOW, near, steady, web
-from support.waiting import stays, wait_until
+from support.waiting import wait_until
 
 
 def test_a_vertex_is_a_cube_in_the_default_colour_at_once_and_in_the_middle_within_seconds(display, graph):
@@ -17,46 +17,31 @@ def test_a_vertex_is_a_cube_in_the_default_colour_at_once_and_in_the_middle_with
 
 
 def test_a_style_reaches_what_is_below_it_and_private_values_hide_it(display, graph):
-    parent, child = graph.new_vertex_style(0), 77
-    graph.new_vertex_style_w_id(child, parent)
-    for number in range(30):
-        graph.together([("new_vertex_w_id", number), ("change_vertex_style", number, child if number % 2 else parent),
-                        ("set_vertex_attribute", number, "size", "2")])
+    parent = graph.new_vertex_style(0)
+    child = graph.new_vertex_style(parent)
+    graph.set_vertex_style_attribute(0, "size", "2")
+    graph.together([("new_vertex_w_id", number) for number in range(30)] +
+                   [("change_vertex_style", number, child if number % 2 else parent) for number in range(30)])
+    edge_style = graph.new_edge_style(graph.new_edge_style(0))
+    for call, colours in [
+            (("set_vertex_attribute", 3, "color", web(BLUE)), [BLUE, DEFAULT]),
+            (("set_vertex_style_attribute", 0, "color", web(RED)), [RED, BLUE]),
+            (("set_vertex_style_attribute", parent, "color", web(GREEN)), [GREEN, BLUE]),
+            (("set_vertex_style_attribute", child, "color", web(YELLOW)), [GREEN, BLUE, YELLOW]),
+            (("change_vertex_style", 3, parent), [GREEN, YELLOW]),
+            (("set_vertex_style_attribute", 0, "visible", "false"), []),
+            (("set_edge_style_attribute", edge_style, "color", web(RED)), []),
+            (("set_edge_style_attribute", 0, "width", "4"), []),
+            (("new_edge_w_id", 3, 3, 4), []),
+            (("change_edge_style", 3, edge_style), [RED]),
+            (("clear",), []), (("new_vertex_w_id", 1), [DEFAULT])]:
+        assert graph.together([call]) == [0]
 
-    def shows(*colours):
-        """Whether these colours show, and only they."""
-        picture = display.picture()
-        return [c for c in (RED, GREEN, BLUE, YELLOW, DEFAULT) if picture.tinted(c).count > 4] == list(colours)
-
-    def expect(what, *colours):
-        wait_until(lambda: shows(*colours), what, 3)
-    expect("the default colour", DEFAULT)
-    for style, colour, what, colours in [
-            (0, BLUE, "a change on the default style reaches all", [BLUE]),
-            (parent, RED, "a change on the parent reaches the child's vertices", [RED]),
-            (child, GREEN, "the child's own value hides the parent's", [RED, GREEN])]:
-        graph.set_vertex_style_attribute(style, "color", web(colour))
-        expect(what, *colours)
-    graph.set_vertex_style_attribute(0, "color", web(YELLOW))
-    assert stays(lambda: shows(RED, GREEN), 0.2)
-    graph.set_vertex_attribute(3, "color", web(BLUE))
-    expect("a vertex's own value", RED, GREEN, BLUE)
-    graph.set_vertex_style_attribute(child, "color", web(YELLOW))
-    expect("the vertex's own value stays", RED, BLUE, YELLOW)
-    graph.change_vertex_style(3, parent)
-    expect("a change of style puts the private value out of sight", RED, YELLOW)
-    graph.together([("change_vertex_style", number, 0) for number in range(30)])
-    expect("style 0", YELLOW)
-    graph.set_vertex_style_attribute(0, "visible", "false")
-    expect("nothing")
-    style = graph.new_edge_style(graph.new_edge_style(0))
-    graph.set_edge_style_attribute(0, "width", "4")
-    graph.change_edge_style(graph.new_edge(3, 4), style)
-    graph.set_edge_style_attribute(style, "color", web(RED))
-    expect("an edge of that style, though its ends are hidden", RED)
-    graph.clear()
-    graph.new_vertex()
-    expect("clear brings the defaults back", DEFAULT)
+        def shows():
+            """Whether these colours show, and only they."""
+            picture = display.picture()
+            return [c for c in (RED, GREEN, BLUE, YELLOW, DEFAULT) if picture.tinted(c).count > 4] == colours
+        wait_until(shows, f"{call}: {colours}", 3)
 
 
 def test_the_camera_frames_a_growing_graph_within_seconds(display, graph):

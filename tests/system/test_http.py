@@ -1,0 +1,143 @@
+"""The port: requests, and clients, that are not what they should be."""
+import resource
+import socket
+import threading
+import time
+import xmlrpc.client
+
+import pytest
+
+from support.program import PORT, URL
+from support.waiting import SLOWNESS
+
+POST = "POST /RPC2 HTTP/1.1\r\nContent-Type: text/xml"
+
+
+def connect():
+    return socket.create_connection(("127.0.0.1", PORT), 20 * SLOWNESS)
+
+
+def request(body, head=POST):
+    body = body if isinstance(body, bytes) else body.encode()
+    return f"{head}\r\nContent-Length: {len(body)}\r\n\r\n".encode() + body
+
+
+def call(method, *values):
+    parameters = "".join(f"<param><value>{value}</value></param>" for value in values)
+    return f"<methodCall><methodName>{method}</methodName><params>{parameters}</params></methodCall>"
+
+
+def receive(connection, end=b"never sent"):
+    received = b""
+    try:
+        while end not in received and (part := connection.recv(65536)):
+            received += part
+    except ConnectionError:
+        pass
+    return received
+
+
+def answers(sent):
+    """All that comes back to these bytes, with no more to follow."""
+    with connect() as connection:
+        try:
+            connection.sendall(sent)
+            connection.shutdown(socket.SHUT_WR)
+        except OSError:
+            pass                                # turned away before all was sent
+        return receive(connection)
+
+
+def is_served(server):
+    return server.tessarel.new_vertex() >= 2 ** 30
+
+
+DECLARED = '<?xml version="1.0" encoding="{}"?>'.format
+HOSTILE = ['<!DOCTYPE m[<!ENTITY a "%\r"', "<value>" * 20000, b"\0" * 100, " ", DECLARED("no-such") + "<methodCall/>",
+           DECLARED("UTF-16") + call("tessarel.clear"), "<methodCall><methodName>tessarel.clear</methodName>",
+           "<methodCall><methodName>tessarel.clear</methodName><params><param>" + 32 * "<value><array><data>",
+           b"<methodCall><methodName>tessarel.clear</methodName><params>\xFF\xFF\xFF</params></methodCall>",
+           call("tessarel.new_vertex_w_id", "<int>99999999999999</int>"), call("tessarel.new_vertex_w_id", "<int></int>"),
+           call("tessarel.new_vertex_w_id", "<i8>1</i8>"),
+           call("tessarel.set_vertex_attribute", "<int>1</int>", "label", "&#0;"),
+           call("system.multicall", "<array><data><value><struct><member><name>methodName</name>"
+                                    "<value>system.multicall</value></member></struct></value></data></array>")]
+
+
+@pytest.mark.parametrize("body", HOSTILE, ids=range(len(HOSTILE)))
+def test_a_hostile_body_is_answered_with_a_fault_and_does_no_harm(graph, body):
+    with connect() as connection:
+        connection.sendall(request(body))
+        received = receive(connection, b"</methodResponse>\r\n")
+        assert received.startswith(b"HTTP/1.1 200 OK\r\n") and b"faultCode" in received
+        connection.sendall(request(call("tessarel.new_vertex")))
+        assert b"<params>" in receive(connection, b"</methodResponse>\r\n")
+
+
+def test_requests_that_are_no_calls_are_turned_away(graph):
+    for sent in ["\r\n\r\n", "GET /RPC2 HTTP/1.1\r\n\r\n", f"{POST}\r\n\r\n", f"{POST}\r\nContent-Length: -1\r\n\r\n",
+                 f"{POST}\r\nContent-Length: 99999999999999999999\r\n\r\n", f"{POST}\r\nX: {'x' * 10000}\r\n\r\n",
+                 f"POST {'x' * 10000} HTTP/1.1\r\n\r\n", "\x16\x03\x01\x02\0\x01\0\x01\xfc\x03\x03\r\n\r\n", "\xff" * 5000,
+                 "POST /RPC2 HTTP/9.9\r\nContent-Type: text/xml\r\nContent-Length: 2\r\n\r\nhi"]:
+        assert b"<params>" not in answers(sent.encode("latin1")), sent[:60]
+        assert graph.new_vertex() >= 2 ** 30, sent[:60]
+
+
+def test_a_long_batch_is_served_and_a_too_long_request_turned_away(graph):
+    assert b"<i4>0</i4>" in answers(request(call("tessarel.clear") + " " * 4000000))
+    assert b"XML-RPC request too large" in answers(request(call("tessarel.clear") + " " * 5000000))
+    assert graph.new_vertex() >= 2 ** 30
+
+
+def test_a_web_page_cannot_drive_the_server(graph):
+    graph.new_vertex_w_id(1)
+    hidden = request(call("tessarel.clear"))    # a second request, where the web server may not look for a body
+    for head, body, is_page in [
+            (f"{POST}\r\nOrigin: http://somewhere", call("tessarel.clear"), True),
+            ("POST /RPC2 HTTP/1.1\r\norigin: null\r\nContent-Type: text/plain", hidden, True),
+            ("POST /elsewhere HTTP/1.1\r\nORIGIN: http://somewhere\r\nContent-Type: text/plain", hidden, True),
+            ("OPTIONS /RPC2 HTTP/1.1\r\nOrigin: http://somewhere\r\nAccess-Control-Request-Method: POST", hidden, True),
+            ("POST /elsewhere HTTP/1.1\r\nContent-Type: text/plain", hidden, False),
+            ("POST /RPC2 HTTP/1.1\r\nContent-Type: text/plain", hidden, False), ("GET /RPC2 HTTP/1.1", hidden, False)]:
+        received = answers(request(body, head))
+        assert received.startswith(b"HTTP/1.1 403") == is_page and b"<params>" not in received, head
+    assert graph.new_vertex_w_id(1) == -1, "nobody has cleared the graph"
+
+
+def test_a_hundred_clients_are_served_beside_those_that_say_nothing_or_go_away(graph):
+    silent = [connect() for _ in range(220)]
+    for number, connection in enumerate(silent):
+        connection.sendall([request("<" * 99)[:90], b"POST /RP", b""][min(number % 10, 2)])
+    for _ in range(50):
+        with connect() as hasty:
+            hasty.sendall(3 * request(call("system.listMethods")))
+    served = []
+
+    def work():
+        with xmlrpc.client.ServerProxy(URL) as server:
+            served.extend(is_served(server) for _ in range(10))
+    threads = [threading.Thread(target=work) for _ in range(100)]
+    start = time.monotonic()
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join(60 * SLOWNESS)
+    assert time.monotonic() - start < 12 * SLOWNESS, "some have waited for the silent ones"
+    assert served == [True] * 1000
+    for connection in silent:
+        connection.close()
+
+
+def test_want_of_descriptors_passes_and_the_server_serves_again(program, graph):
+    process = program.process.pid
+    limits = resource.prlimit(process, resource.RLIMIT_NOFILE)
+    with xmlrpc.client.ServerProxy(URL) as before:
+        assert is_served(before)
+        resource.prlimit(process, resource.RLIMIT_NOFILE, (3, limits[1]))
+        with connect() as starved:
+            starved.sendall(request(call("tessarel.new_vertex")))
+            time.sleep(0.3)
+            assert is_served(before), "those connected are served"
+            resource.prlimit(process, resource.RLIMIT_NOFILE, limits)
+            assert b"<params>" in receive(starved, b"</methodResponse>"), "and in the end the others"
+    assert graph.new_vertex() >= 2 ** 30
