@@ -1,4 +1,4 @@
-#include <GL/freeglut_std.h>
+#include <GL/freeglut.h>
 #include <pthread.h>
 
 #include <iostream>

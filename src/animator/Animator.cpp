@@ -2,8 +2,6 @@
 
 #include <GL/freeglut.h>
 
-#include <algorithm>
-
 namespace quorel {
 
 Animator* currentAnimator = nullptr;

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <cstddef>
+#include <span>
+#include <string_view>
 #include <vector>
 
 #include "animator/GlyphAtlas.h"

@@ -5,6 +5,7 @@
 #include <GL/glext.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 namespace quorel {

@@ -3,7 +3,9 @@
 #include <GL/freeglut.h>
 #include <GL/glu.h>
 
+#include <cstdio>
 #include <iostream>
+#include <iterator>
 #include <mutex>
 #include <syncstream>
 

@@ -2,6 +2,7 @@
 
 #include <GL/freeglut.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <iostream>
 #include <mutex>
@@ -12,7 +13,6 @@
 #include "animator/Camera.h"
 #include "animator/GraphAnimator.h"
 #include "animator/PickRecords.h"
-#include "concurrency/Platform.h"
 #include "versioning/GlobalStyleLock.h"
 #include "versioning/VertexCallback.h"
 

@@ -1,5 +1,8 @@
 #pragma once
 
+#include <span>
+#include <string_view>
+
 #include "animator/Painter.h"
 
 class GLUnurbs;

@@ -2,6 +2,8 @@
 
 #include <GL/gl.h>
 
+#include <functional>
+
 #include "animator/Primitives.h"
 
 namespace quorel {

@@ -3,8 +3,10 @@
 #include <strings.h>
 
 #include <boost/shared_ptr.hpp>
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <mutex>
 #include <string>
 #include <string_view>
 
@@ -186,16 +188,17 @@ struct AttributeEntry {
 };
 
 /// Runs the setter that the key names. Validation touches no attribute and takes no lock, so that clients do not wait
-/// for a picture to be drawn.
+/// for a picture to be drawn. `refusal` is the beginning of a line that ends with the key.
 template <class Style, std::size_t count>
-int setByKey(const AttributeEntry<Style> (&table)[count], Style* style, std::string_view key, const char* text) {
+int setByKey(const AttributeEntry<Style> (&table)[count], std::string_view refusal, Style* style, std::string_view key,
+             const char* text) {
   for (const AttributeEntry<Style>& entry : table) {
     if (entry.key != key) continue;
-    if (style == nullptr) return entry.set(nullptr, text);
-    const std::lock_guard<MultiLockable> hold(globalStyleLock);
-    return entry.set(style, text);
+    const auto hold = style == nullptr ? std::unique_lock<MultiLockable>() : std::unique_lock(globalStyleLock);
+    if (entry.set(style, text) == 0) return 0;
+    break;
   }
-  return -1;
+  return refuse(refusal, key, "\"");
 }
 
 }  // namespace quorel

@@ -1,5 +1,6 @@
 #include "server/GraphProxy.h"
 
+#include <cstddef>
 #include <iostream>
 #include <mutex>
 

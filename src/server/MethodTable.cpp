@@ -1,9 +1,7 @@
 #include "server/MethodTable.h"
 
 #include <array>
-#include <cstddef>
 #include <tuple>
-#include <utility>
 
 #include "server/GraphProxy.h"
 

@@ -4,7 +4,6 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <mutex>
 #include <syncstream>
 #include <utility>
 

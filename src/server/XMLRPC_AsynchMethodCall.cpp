@@ -2,6 +2,7 @@
 
 #include <xmlrpc-c/client.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <iostream>
 #include <string_view>

@@ -1,5 +1,6 @@
 #include "server/XMLRPC_VertexCallback.h"
 
+#include <cstddef>
 #include <mutex>
 
 #include "layout/Vertex.h"

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <cstddef>
 #include <cstdlib>
 #include <iostream>
 #include <mutex>
