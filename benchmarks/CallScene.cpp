@@ -108,8 +108,12 @@ struct Kind {
 };
 
 std::string callOf(const std::string& method, const std::string& parameters) {
-  return "<?xml version=\"1.0\"?><methodCall><methodName>" + method + "</methodName><params>" + parameters +
-         "</params></methodCall>";
+  std::string body = "<?xml version=\"1.0\"?><methodCall><methodName>";
+  body += method;
+  body += "</methodName><params>";
+  body += parameters;
+  body += "</params></methodCall>";
+  return body;
 }
 
 std::string number(int value) {
