@@ -12,6 +12,7 @@ import os
 import shutil
 import subprocess
 import sys
+import tempfile
 
 REPETITIONS = 3
 # Counters whose value a reader wants as it stands; every other counter is printed with its name.
@@ -32,24 +33,26 @@ def with_unit(value, unit=""):
 
 def run(program, pattern):
     """The median rows of one program: (name, seconds, counters)."""
-    command = [
-        program, "--benchmark_format=json", f"--benchmark_filter={pattern}",
-        f"--benchmark_repetitions={REPETITIONS}", "--benchmark_report_aggregates_only=true",
-    ]
-    done = subprocess.run(command, stdout=subprocess.PIPE, text=True)
+    # What the scenes themselves print goes its own way.
+    with tempfile.NamedTemporaryFile(suffix=".json") as table:
+        command = [
+            program, f"--benchmark_out={table.name}", "--benchmark_out_format=json", f"--benchmark_filter={pattern}",
+            f"--benchmark_repetitions={REPETITIONS}", "--benchmark_report_aggregates_only=true",
+        ]
+        done = subprocess.run(command, stdout=subprocess.DEVNULL)
+        text = table.read()
     if done.returncode != 0:
         print(f"{os.path.basename(program)}: ended with status {done.returncode}", file=sys.stderr)
         return []
-    start = done.stdout.find("{\n  \"context\"")
-    if start < 0:
-        return []
+    if not text:
+        return []  # nothing that fits the filter
     known = {
         "name", "run_name", "run_type", "repetitions", "repetition_index", "threads", "iterations", "real_time", "cpu_time",
         "time_unit", "aggregate_name", "aggregate_unit", "family_index", "per_family_instance_index", "label",
         "error_occurred", "error_message",
     }
     rows = []
-    for row in json.loads(done.stdout[start:])["benchmarks"]:
+    for row in json.loads(text)["benchmarks"]:
         if row.get("error_occurred"):
             print(f"{row['name']}: {row['error_message']}", file=sys.stderr)
         elif row.get("aggregate_name") == "median":
