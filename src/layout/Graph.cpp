@@ -1,5 +1,7 @@
 #include "layout/Graph.h"
 
+#include <cstddef>
+
 #include "layout/Edge.h"
 #include "layout/Vertex.h"
 #include "layout/randomUnit.h"

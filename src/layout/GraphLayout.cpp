@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 #include <mutex>
 
 #include "concurrency/Platform.h"
@@ -69,7 +70,6 @@ void GraphLayout<Schema>::clear() {
   overshoot.store(false, std::memory_order_relaxed);
   makeIdentity(covariance);
   makeIdentity(axes);
-  makeIdentity(eigenvectors);
   eigenvalues = {1.0F, 1.0F, 1.0F};
   mean = {};
   centroid = {};

@@ -159,7 +159,6 @@ public:
   /// Statistics of the drawn picture, kept by the animator: matrices of [row][column], then vectors.
   float covariance[3][3];
   float axes[3][3];
-  float eigenvectors[3][3];
   TinyVector<float, 3> eigenvalues;
   TinyVector<float, 3> mean;
   TinyVector<float, 3> centroid;

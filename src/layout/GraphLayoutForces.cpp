@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <cmath>
+#include <cstdint>
 #include <iostream>
 #include <syncstream>
 #include <vector>

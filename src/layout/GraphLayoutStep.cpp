@@ -1,9 +1,13 @@
+#include <pthread.h>
+
 #include <algorithm>
-#include <cassert>
+#include <cstddef>
+#include <cstdint>
 #include <iostream>
 #include <memory>
 #include <mutex>
 #include <syncstream>
+#include <utility>
 #include <vector>
 
 #include "concurrency/Platform.h"

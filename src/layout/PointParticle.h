@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 #include "layout/PointParticleState.h"
 
 namespace quorel {

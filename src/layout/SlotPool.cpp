@@ -57,9 +57,4 @@ void SlotPool::release(void* slot) {
   freeSlots = freed;
 }
 
-std::size_t SlotPool::liveCount() const {
-  const std::lock_guard<std::mutex> guard(mutex);
-  return live;
-}
-
 }  // namespace quorel

@@ -30,8 +30,6 @@ public:
   void* allocate();
   void release(void* slot);
 
-  std::size_t liveCount() const;
-
 private:
   struct FreeSlot {
     FreeSlot* next;
@@ -42,7 +40,7 @@ private:
     std::size_t slotCount;
   };
 
-  mutable std::mutex mutex;
+  std::mutex mutex;
   std::size_t slotBytes;
   std::vector<Block> blocks;
   /// Block that `nextUnused` points into; blocks after it are empty.

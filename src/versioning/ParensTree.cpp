@@ -108,23 +108,19 @@ void ParensTree::insertAfter(ParensTreeNode* where, PTKey* key) {
 
 void ParensTree::insert(Version* version) {
   assert(!isMaster);
-  const Place place = find(version->first);
+  const Place place = closest(version->first);
   if (place.order == 0) return;
   ParensTreeNode* const open = makeNode(version->first);
   attach(open, place.node, place.order < 0 ? 0 : 1);
   // The first insertion has moved the place of the second.
-  const Place placeOfLast = find(version->last);
+  const Place placeOfLast = closest(version->last);
   ParensTreeNode* const close = makeNode(version->last);
   attach(close, placeOfLast.node, placeOfLast.order < 0 ? 0 : 1);
   enclose(open, close);
 }
 
-ParensTreeNode* ParensTree::closest(const PTKey* key) const {
-  return find(key).node;
-}
-
 Version* ParensTree::findEnclosing(Version* version) const {
-  const auto [node, order] = find(version->first);
+  const auto [node, order] = closest(version->first);
   if (order == 0) return version;
   const bool besideSibling = order < 0 ? node->isOpen() : node->isClose();
   return besideSibling ? node->enclosing->key->version : node->key->version;
@@ -136,7 +132,7 @@ ParensTreeNode* ParensTree::makeNode(PTKey* key) {
   return &node;
 }
 
-ParensTree::Place ParensTree::find(const PTKey* key) const {
+ParensTree::Place ParensTree::closest(const PTKey* key) const {
   const ParensTreePath path(key->node);
   ParensTreeNode* node = root;
   while (true) {

@@ -39,9 +39,6 @@ public:
   /// Subset tree: puts in the pair of a version; does nothing if it is there already.
   void insert(Version* version);
 
-  /// The node with this key, or else a direct neighbour of the place where the key would stand.
-  ParensTreeNode* closest(const PTKey* key) const;
-
   /// The version itself if it is in this tree, else the nearest version of this tree that encloses it.
   Version* findEnclosing(Version* version) const;
 
@@ -55,13 +52,13 @@ public:
   bool isMaster;
 
 private:
-  /// Where the search for a key ended: the key stands before (-1), at (0) or after (1) the node.
+  /// A direct neighbour of the place of a key: the key stands before (-1), at (0) or after (1) the node.
   struct Place {
     ParensTreeNode* node;
     int order;
   };
 
-  Place find(const PTKey* key) const;
+  Place closest(const PTKey* key) const;
   ParensTreeNode* makeNode(PTKey* key);
 
   /// Hangs a new leaf in, links it into the list and restores the order of priorities.

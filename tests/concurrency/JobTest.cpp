@@ -7,13 +7,11 @@
 #include <functional>
 #include <iostream>
 #include <memory>
-#include <mutex>
 #include <random>
 #include <thread>
 #include <typeinfo>
 #include <vector>
 
-#include "TimeLimit.h"
 #include "concurrency/ThreadPool.h"
 #include "concurrency/heapnew.h"
 
@@ -39,136 +37,84 @@ public:
     ++runs;
   }
 
+  void follow(OrderedJob& earlier) {
+    earlier.precede(*this);
+    before.push_back(&earlier);
+  }
+
   std::vector<OrderedJob*> before;
   int runs = 0;
   bool inOrder = true;
 };
 
-class JobsOnPool : public testing::TestWithParam<int> {
-protected:
-  const TimeLimit limit{std::chrono::seconds(120)};
-  const std::unique_ptr<ThreadPool<Job>> pool = std::make_unique<ThreadPool<Job>>(GetParam());
-
-  std::vector<std::unique_ptr<OrderedJob>> makeJobs(int count) {
-    std::vector<std::unique_ptr<OrderedJob>> jobs;
-    for (int i = 0; i < count; ++i) jobs.push_back(std::make_unique<OrderedJob>(pool.get()));
-    return jobs;
-  }
-
-  static void addEdge(OrderedJob& earlier, OrderedJob& later) {
-    earlier.precede(later);
-    later.before.push_back(&earlier);
-  }
-};
+class JobsOnPool : public testing::TestWithParam<int> {};
 
 // A pool without workers does its work in the wait for it.
 INSTANTIATE_TEST_SUITE_P(PoolSizes, JobsOnPool, testing::Values(0, 1, 2, 3, 8));
 
-TEST_P(JobsOnPool, randomGraphsRunInOrderAndOnce) {
+TEST_P(JobsOnPool, randomGraphsRunInOrderAndOnceAroundAJobThatIsCalledDirectly) {
   const unsigned seed = 21;
   std::cout << "seed " << seed << '\n';
   std::mt19937 random(seed);
-  for (int round = 0; round < 150; ++round) {
-    const int count = 1 + random() % 40;
-    const auto jobs = makeJobs(count);
-    for (int later = 1; later < count; ++later) {
-      for (unsigned edges = random() % 4; edges > 0; --edges) addEdge(*jobs[random() % later], *jobs[later]);
-    }
+  ThreadPool<Job> pool(GetParam());
+  for (int round = 0; round < 250; ++round) {
+    // The first is called by this thread, and the last waits for all others, which mostly end together.
+    std::vector<std::unique_ptr<OrderedJob>> jobs(2 + random() % 40);
+    for (auto& job : jobs) job = std::make_unique<OrderedJob>(&pool);
+    OrderedJob& called = *jobs.front();
+    OrderedJob& last = *jobs.back();
     std::vector<Job*> ready;
-    for (const auto& job : jobs) {
-      if (job->inEdges.empty()) ready.push_back(job.get());
+    for (std::size_t later = 1; later < jobs.size(); ++later) {
+      for (unsigned edges = random() % 4; edges > 0; --edges) jobs[later]->follow(*jobs[random() % later]);
+      if (jobs[later].get() != &last) last.follow(*jobs[later]);
+      if (round % 3 == 0) jobs[later]->follow(called);
+      if (jobs[later]->inEdges.empty()) ready.push_back(jobs[later].get());
     }
-    pool->submitAll(ready);
-    pool->waitUntilDone();
+    pool.submitAll(ready);
+    if (round % 2 == 0) pool.waitUntilDone();
+    called();
+    pool.waitUntilDone();
     for (const auto& job : jobs) {
       ASSERT_EQ(job->runs, 1);
       ASSERT_TRUE(job->inOrder);
       ASSERT_TRUE(job->inEdges.empty() && job->outEdges.empty());
     }
-    ASSERT_EQ(pool->outstanding, 0);
-  }
-}
-
-TEST_P(JobsOnPool, aJobOfManyPredecessorsThatEndTogetherRunsOnce) {
-  for (int round = 0; round < 100; ++round) {
-    const auto jobs = makeJobs(13);
-    std::vector<Job*> ready;
-    for (int i = 0; i < 12; ++i) {
-      addEdge(*jobs[i], *jobs[12]);
-      ready.push_back(jobs[i].get());
-    }
-    pool->submitAll(ready);
-    pool->waitUntilDone();
-    ASSERT_EQ(jobs[12]->runs, 1);
-    ASSERT_TRUE(jobs[12]->inOrder);
-  }
-}
-
-TEST_P(JobsOnPool, aJobCalledDirectlyHoldsBackWhatWaitsForItAndIsNotCounted) {
-  for (int round = 0; round < 50; ++round) {
-    const auto jobs = makeJobs(8);
-    OrderedJob& called = *jobs[7];
-    for (int i = 0; i < 3; ++i) {
-      addEdge(*jobs[i], *jobs[i + 3]);
-      addEdge(called, *jobs[i + 3]);
-    }
-    addEdge(called, *jobs[6]);
-    pool->submitAll(std::vector<Job*>{jobs[0].get(), jobs[1].get(), jobs[2].get()});
-    if (round % 2 == 0) pool->waitUntilDone();
-    for (int i = 3; i < 7; ++i) ASSERT_EQ(jobs[i]->runs, 0);
-    called();
-    pool->waitUntilDone();
-    for (const auto& job : jobs) {
-      ASSERT_EQ(job->runs, 1);
-      ASSERT_TRUE(job->inOrder);
-    }
+    ASSERT_EQ(pool.outstanding, 0);
   }
 }
 
 TEST(ThreadPool, finishedJobsAreGoneBeforeTheWaitEnds) {
-  const TimeLimit limit(std::chrono::seconds(60));
-  class CountedJob : public Job {
-  public:
-    explicit CountedJob(std::atomic<int>& counter) : Job(nullptr), living(counter) { ++living; }
-    ~CountedJob() override {
-      std::this_thread::sleep_for(std::chrono::microseconds(50));
-      --living;
-    }
-    void run() override {}
-
-  private:
-    std::atomic<int>& living;
-  };
   ThreadPool<Job> pool(3, true);
   std::atomic<int> living = 0;
+  const auto gone = [&](int*) {
+    std::this_thread::sleep_for(std::chrono::microseconds(50));
+    --living;
+  };
   for (int round = 0; round < 100; ++round) {
-    for (int i = 0; i < 5; ++i) pool.submit(new CountedJob(living));
+    for (int i = 0; i < 5; ++i) {
+      ++living;
+      pool.submit(new FunctionJob(nullptr, [owned = std::shared_ptr<int>(nullptr, gone)] {}));
+    }
     pool.waitUntilDone();
     ASSERT_EQ(living, 0);
   }
 }
 
 TEST(ThreadPool, stopReachesEveryWorkerWhateverItIsDoing) {
-  const TimeLimit limit(std::chrono::seconds(120));
   for (int round = 0; round < 500; ++round) {
     int threadCount = 1 + round % 4;
     auto* const pool = heapnew<ThreadPool<Job>, int>(threadCount);
-    std::atomic<int> run = 0;
-    FunctionJob job(pool, [&] { ++run; });
+    FunctionJob job(pool, [] {});
     if (round % 3 == 0) {
       pool->submit(&job);
       if (round % 2 == 0) pool->waitUntilDone();
     }
     delete pool;
-    ASSERT_LE(run, 1);
   }
 }
 
 TEST(ThreadPool, stopFinishesTheJobAtHandAndLeavesTheQueueUnrun) {
-  const TimeLimit limit(std::chrono::seconds(60));
-  std::atomic<bool> started = false;
-  std::atomic<bool> finished = false;
-  std::atomic<bool> queuedRan = false;
+  std::atomic<bool> started = false, finished = false, queuedRan = false;
   auto pool = std::make_unique<ThreadPool<Job>>(1);
   FunctionJob slow(pool.get(), [&] {
     started = true;

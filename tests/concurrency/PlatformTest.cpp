@@ -3,12 +3,23 @@
 #include <gtest/gtest.h>
 #include <sched.h>
 
+#include <atomic>
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <latch>
 #include <thread>
+#include <vector>
+
+#include "concurrency/RandomNumbers.h"
+#include "concurrency/Timer.h"
 
 namespace quorel {
 namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
 
 TEST(Platform, countsTheProcessorsThatTheProcessMayUse) {
   cpu_set_t all;
@@ -25,18 +36,17 @@ TEST(Platform, countsTheProcessorsThatTheProcessMayUse) {
 }
 
 TEST(Platform, systemValuesThatCannotBeHadLeaveEverythingAsItWas) {
+  const int newValue = 3;
   const struct {
     const char* name;
     std::size_t size;
-    bool write;
+    const int* written;
     int error;
-  } cases[] = {
-      {"hw.nosuch", sizeof(int), false, ENOENT}, {"hw.ncpu", 2, false, ENOMEM}, {"hw.ncpu", sizeof(int), true, EPERM}};
-  for (const auto& [name, size, write, error] : cases) {
+  } cases[] = {{"hw.nosuch", 4, nullptr, ENOENT}, {"hw.ncpu", 2, nullptr, ENOMEM}, {"hw.ncpu", 4, &newValue, EPERM}};
+  for (const auto& [name, size, written, error] : cases) {
     int value = -7;
-    const int newValue = 3;
     std::size_t room = size;
-    EXPECT_EQ(sysctlbyname(name, &value, &room, write ? &newValue : nullptr, write ? sizeof newValue : 0), -1);
+    EXPECT_EQ(sysctlbyname(name, &value, &room, written, written == nullptr ? 0 : sizeof *written), -1);
     EXPECT_EQ(errno, error) << name;
     EXPECT_EQ(value, -7);
     EXPECT_EQ(room, size);
@@ -50,27 +60,69 @@ TEST(Platform, prioritiesAreSetUnderTheThreadsOwnPolicy) {
   ASSERT_EQ(pthread_getschedparam(pthread_self(), &policy, &parameters), 0);
   EXPECT_EQ(setCurrentThreadPriority(parameters.sched_priority), 0);
   EXPECT_EQ(setThreadPriority(pthread_self(), sched_get_priority_max(policy) + 1), EINVAL);
-
-  std::thread([] {
+  std::thread([&] {
     const sched_param lowest = {sched_get_priority_min(SCHED_FIFO)};
     if (pthread_setschedparam(pthread_self(), SCHED_FIFO, &lowest) != 0) GTEST_SKIP() << "not allowed here";
     EXPECT_EQ(setCurrentThreadPriority(15), 0);
-    int after;
-    sched_param set;
-    pthread_getschedparam(pthread_self(), &after, &set);
-    EXPECT_EQ(after, SCHED_FIFO);
-    EXPECT_EQ(set.sched_priority, 15);
+    pthread_getschedparam(pthread_self(), &policy, &parameters);
+    EXPECT_EQ(policy, SCHED_FIFO);
+    EXPECT_EQ(parameters.sched_priority, 15);
   }).join();
 }
 
 TEST(Platform, sleepsForMillisecondsAndSeconds) {
-  for (const int milliseconds : {0, 20, 1020}) {
-    const auto start = std::chrono::steady_clock::now();
-    sleepMilliseconds(milliseconds);
-    const auto slept = std::chrono::steady_clock::now() - start;
-    EXPECT_GE(slept, std::chrono::milliseconds(milliseconds));
-    EXPECT_LT(slept, std::chrono::milliseconds(milliseconds + 5000));
+  for (const int duration : {0, 20, 1020}) {
+    const auto start = Clock::now();
+    sleepMilliseconds(duration);
+    EXPECT_GE(Clock::now() - start, milliseconds(duration));
+    EXPECT_LT(Clock::now() - start, milliseconds(duration + 10000));
   }
+}
+
+TEST(Timer, runsUntilItIsStoppedAndAnewAfterARestart) {
+  Timer timer;
+  timer.start();
+  std::this_thread::sleep_for(milliseconds(50));
+  EXPECT_GE(timer.wallSeconds(), 0.049);
+  EXPECT_LT(timer.cpuSeconds(), 0.04) << "waiting is no work";
+  while (timer.cpuSeconds() < 0.05) continue;
+  timer.stop();
+  const double stopped = timer.wallSeconds();
+  const double worked = timer.cpuSeconds();
+  EXPECT_GE(stopped, 0.049 + 0.01);
+  std::this_thread::sleep_for(milliseconds(50));
+  EXPECT_EQ(timer.wallSeconds(), stopped);
+  EXPECT_EQ(timer.cpuSeconds(), worked);
+
+  const auto restart = Clock::now();
+  timer.start();
+  std::this_thread::sleep_for(milliseconds(50));
+  const double again = timer.wallSeconds();
+  EXPECT_GE(again, 0.049);
+  EXPECT_LE(again, std::chrono::duration<double>(Clock::now() - restart).count() + 0.01);
+}
+
+TEST(RandomNumbers, areTheUnseededSequenceWhoeverSeedsAndEachIsDrawnOnce) {
+  RandomNumbers alone;
+  for (int i = 0; i < 100; ++i) {
+    srandom(1);  // as if never seeded
+    for (int drawn = 0; drawn < i; ++drawn) random();
+    ASSERT_EQ(alone.next(), random());
+  }
+  constexpr int share = 500000;
+  RandomNumbers shared, expected;
+  std::atomic<std::uint64_t> sum = 0;
+  for (int i = 0; i < 4 * share; ++i) sum -= static_cast<std::uint64_t>(expected.next());
+  std::latch together(4);
+  std::vector<std::jthread> threads;
+  for (int t = 0; t < 4; ++t) {
+    threads.emplace_back([&] {
+      together.arrive_and_wait();
+      for (int i = 0; i < share; ++i) sum += static_cast<std::uint64_t>(shared.next());
+    });
+  }
+  threads.clear();
+  EXPECT_EQ(sum, 0U);
 }
 
 }  // namespace

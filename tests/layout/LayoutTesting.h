@@ -1,11 +1,11 @@
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cmath>
 #include <iostream>
 #include <random>
-#include <sstream>
-#include <string>
 #include <vector>
 
 #include "layout/Edge.h"
@@ -69,21 +69,18 @@ inline std::vector<Layout::Vertex*> fillRandomly(TestLayout& layout, int vertexC
   return vertices;
 }
 
-/// What a stream receives while this object lives.
-class Captured {
-public:
-  explicit Captured(std::ostream& captured) : stream(captured), before(stream.rdbuf(buffer.rdbuf())) {}
-  ~Captured() { stream.rdbuf(before); }
-  Captured(const Captured&) = delete;
-  Captured& operator=(const Captured&) = delete;
-
-  std::string text() const { return buffer.str(); }
-
-private:
-  std::ostream& stream;
-  std::ostringstream buffer;
-  std::streambuf* before;
-};
+/// Edges of all kinds, those that pull nothing among them.
+inline void varyEdges(const std::vector<Layout::Vertex*>& sources, std::mt19937& random) {
+  for (auto* vertex : sources) {
+    for (auto* edge : vertex->outEdges) {
+      edge->style.set_strength(static_cast<double>(random() % 5 * (random() % 100)) / 100);
+      edge->style.set_oriented(random() % 2 == 0);
+      edge->style.set_orientation(randomVector(random, 2));
+      edge->style.set_length(17);
+      if (random() % 4 == 0) edge->style.set_knots(4);
+    }
+  }
+}
 
 using Exact = TinyVector<double, 3>;
 
@@ -92,7 +89,8 @@ inline Exact exact(const Vector& v) {
 }
 
 /// The forces of the model on one vertex, in double precision, over all pairs; and the sum of the magnitudes of the
-/// repulsion, against which the error of a tree code is measured.
+/// repulsion, against which the error of a tree code is measured. The numbers and the attributes of edges are its own,
+/// not those that the code under test has cached.
 struct AllPairs {
   Exact force;
   double repulsion = 0.0;
@@ -100,28 +98,22 @@ struct AllPairs {
 
 inline AllPairs allPairsForce(const Layout& layout, const Layout::Vertex& v) {
   AllPairs result;
-  const double p = Layout::pairDistance;
-  const double epsilon = Layout::repulsionEpsilon;
-  const double k = Layout::forceConstant / (p * (p + epsilon) * (p + epsilon));
-  const auto spring = [&](const Layout::Edge& edge, double sign) {
-    if (edge.hasKnots) return;
-    const double c = edge.strength * k;
+  const auto pull = [&](const Layout::Edge& edge, double sign) {
+    if (edge.style.get_knots() > 2) return;
+    const double c = sign * edge.style.get_strength() * 0.01 / (0.75 * 0.8 * 0.8);
     const Exact d = exact(edge.target->position) - exact(edge.source->position);
-    result.force += sign * c * d;
-    if (edge.oriented) {
-      const Exact o = exact(edge.orientation);
-      const double w = -dot(o, d) - p;
-      if (w < 0) result.force += sign * 4 * -w * c * o;
-    }
+    const Exact o = exact(edge.style.get_orientation());
+    const double ahead = -dot(o, d) - 0.75;
+    result.force += c * d;
+    if (edge.style.get_oriented() && ahead < 0) result.force += 4 * -ahead * c * o;
   };
-  for (const auto* edge : v.outEdges) spring(*edge, 1.0);
-  for (const auto* edge : v.inEdges) spring(*edge, -1.0);
+  for (const auto* edge : v.outEdges) pull(*edge, 1.0);
+  for (const auto* edge : v.inEdges) pull(*edge, -1.0);
   result.force += -double(layout.friction) * exact(v.velocity);
+  EXPECT_EQ(v.charge, static_cast<float>(v.style.get_charge()));
   for (const auto* other : layout.vertices) {
-    if (other == &v) continue;
     const Exact d = exact(other->position) - exact(v.position);
-    const double r = dot(d, d) + epsilon;
-    const Exact push = (-double(Layout::forceConstant) * v.charge * other->charge / (r * std::sqrt(r))) * d;
+    const Exact push = -0.01 * v.charge * other->charge * std::pow(dot(d, d) + 0.05, -1.5) * d;
     result.force += push;
     result.repulsion += length(push);
   }

@@ -2,17 +2,21 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <deque>
-#include <limits>
 #include <set>
 
+#include "layout/BulkInsertion.h"
 #include "layout/LayoutTesting.h"
 #include "layout/VertexSummary.h"
 
 namespace quorel {
 namespace {
 
+/// The least that a tree can be made of.
 struct Dot {
   Vector position;
   float charge = 1.0F;
@@ -20,133 +24,101 @@ struct Dot {
 
 using DotTree = Spacetree<VertexSummary<Dot>, Dot>;
 
-/// Every particle found by a walk, in the order in which it is found.
-std::vector<Dot*> walk(const DotTree& tree) {
-  std::vector<Dot*> found;
+struct Written {
+  std::vector<std::uint64_t> words;
+  int particleCount = 0;
+};
+
+/// All that is in a tree in the order of a walk: the summaries by their bits, and the particles.
+Written written(const DotTree& tree) {
+  Written all;
+  std::set<const Dot*> seen;
   DotTree::Iterator iterator;
   iterator.push(tree.rootPosition());
   while (!iterator.empty()) {
     const auto position = iterator.pop();
     if (position.isParticle()) {
-      found.push_back(position.particle());
-    } else {
-      DotTree::expand(position, iterator);
+      EXPECT_TRUE(seen.insert(position.particle()).second) << "in two places";
+      all.words.push_back(reinterpret_cast<std::uintptr_t>(position.particle()));
+      ++all.particleCount;
+      continue;
     }
+    const auto& node = *position.node;
+    all.words.insert(all.words.end(), {std::uint64_t(node.count), std::uint64_t{node.isInternal}});
+    for (const Vector& v : {node.chargeMoment, node.centre, Vector(node.charge, node.diagonal, 0)}) {
+      // The centre of charges that cancel out is no number.
+      for (std::size_t i = 0; i < 3; ++i)
+        all.words.push_back(std::bit_cast<std::uint32_t>(isFinite(v) ? v[i] : INFINITY));
+    }
+    DotTree::expand(position, iterator);
   }
-  return found;
+  return all;
 }
 
-TEST(Spacetree, holdsEachParticleOnceWithTrueSummaries) {
-  std::mt19937 random = seeded(17);
-  for (const int n : {0, 1, 8, 9, 100, 3000}) {
-    DotTree tree;
+TEST(Spacetree, holdsEachParticleOnceWithTrueSummariesHoweverItIsFilled) {
+  std::mt19937 random = seeded(71);
+  // Memory of one tree serves the next.
+  BulkInsertion<VertexSummary<Dot>, Dot> insertion;
+  DotTree bulk;
+  for (int kind = 0; kind < 60; ++kind) {
+    SCOPED_TRACE(kind);
     std::deque<Dot> dots;
+    const auto clump = [&](int n, const Vector& centre, float extent) {
+      for (int i = 0; i < n; ++i) {
+        dots.push_back({centre + randomVector(random, extent), static_cast<float>(static_cast<int>(random() % 7) - 2)});
+      }
+    };
+    clump(kind, {0, 0, 0}, 100);
+    if (kind % 2 == 0) clump(500, {0, 0, 0}, 20);
+    if (kind % 3 == 0) clump(300, {500, -300, 20}, 0.3F);
+    if (kind % 4 == 1) clump(9, {-7, 7, 0}, 0.002F);
+    if (kind % 4 == 2) clump(12, {-7, 7, 0}, 1e-4F);
+    if (kind % 4 == 3) clump(40, {3, 3, 3}, 0);
+    if (kind % 5 == 0) {
+      const float edges[] = {-1024, -0.0F, 0, 1e-30F, -1e-30F, 1023.9999F, 512, -512, 0.0009765625F, -0.0009765625F};
+      for (int i = 0; i < 200; ++i) {
+        dots.push_back({{edges[random() % 10], edges[random() % 10], edges[random() % 10]}});
+      }
+    }
+    // One clump alone, which parts below the last level that is sorted by buckets.
+    if (kind % 7 == 3) dots.clear();
+    if (kind % 7 == 3) clump(30, {500.0005F, 500.0005F, 500.0005F}, kind % 2 == 0 ? 0.004F : 0.02F);
+    const int inside = static_cast<int>(dots.size());
     double charge = 0;
     Exact moment;
-    for (int i = 0; i < n; ++i) {
-      // Clumps within clumps, so that depths differ.
-      const float extent = std::pow(10.0F, static_cast<float>(random() % 5) - 1.0F);
-      dots.push_back({randomVector(random, std::min(extent, 2000.0F)), static_cast<float>(random() % 100) / 50});
-      ASSERT_TRUE(tree.insert(&dots.back()));
-      charge += dots.back().charge;
-      moment += double(dots.back().charge) * exact(dots.back().position);
+    for (const Dot& dot : dots) {
+      charge += dot.charge;
+      moment += double(dot.charge) * exact(dot.position);
     }
-    ASSERT_EQ(tree.validate(), nullptr) << n;
-    const std::vector<Dot*> found = walk(tree);
-    EXPECT_EQ(found.size(), static_cast<std::size_t>(n));
-    EXPECT_EQ(std::set<Dot*>(found.begin(), found.end()).size(), found.size());
-    EXPECT_EQ(tree.root->count, n);
-    EXPECT_EQ(tree.root->isInternal, n > 8);
-    EXPECT_NEAR(tree.root->charge, charge, 1e-4 * charge);
-    if (n > 0) {
-      EXPECT_NEAR(length(exact(tree.root->centre) - (1 / charge) * moment), 0, 0.01);
+    for (const Vector& outside : {Vector(2000, 0, 0), Vector(0, NAN, 0), Vector(0, 0, -INFINITY), Vector(0, 0, 1024)}) {
+      if (kind % 6 == 0) dots.push_back({outside});
     }
+    std::ranges::shuffle(dots, random);
+    std::vector<Dot*> pointers;
+    for (Dot& dot : dots) pointers.push_back(&dot);
+
+    DotTree single;
+    testing::internal::CaptureStderr();
+    for (Dot* dot : pointers) single.insert(dot);
+    ASSERT_EQ(single.validate(), nullptr);
+    EXPECT_EQ(single.root->count, inside);
+    EXPECT_EQ(single.root->isInternal, inside > 8);
+    EXPECT_EQ(single.root->charge, charge);
+    EXPECT_LT(length(exact(single.root->chargeMoment) - moment), 1e-5 * length(moment) + 0.5);
+    const Written expected = written(single);
+    EXPECT_TRUE(expected.particleCount == inside || kind % 4 > 1) << "only where they nearly coincide";
+
+    const std::string warnings = testing::internal::GetCapturedStderr();
+    testing::internal::CaptureStderr();
+    bulk.clear();
+    std::size_t visited = 0;
+    insertion.fill(bulk, pointers, [&](std::uint32_t index) { EXPECT_EQ(index, visited++); });
+    insertion.settle(bulk);
+    EXPECT_EQ(visited, pointers.size());
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), warnings);
+    EXPECT_EQ(bulk.nodeCount(), single.nodeCount());
+    ASSERT_EQ(written(bulk).words, expected.words);
   }
-}
-
-TEST(Spacetree, takesTheLowerFacesOfTheRootBoxAndNotTheUpper) {
-  const float nan = std::numeric_limits<float>::quiet_NaN();
-  const float inf = std::numeric_limits<float>::infinity();
-  struct Case {
-    Vector position;
-    bool inside;
-    const char* text;
-  };
-  const Case cases[] = {
-      {{-1024, -1024, -1024}, true, ""},   {{1023.9999F, 0, 0}, true, ""},
-      {{1024, 0, 0}, false, "[1024,0,0]"}, {{0, 0, -1024.5F}, false, "[0,0,-1024.5]"},
-      {{0, nan, 0}, false, "[0,nan,0]"},   {{0, 0, -inf}, false, "[0,0,-inf]"},
-  };
-  for (const Case& c : cases) {
-    DotTree tree;
-    Dot dot{c.position};
-    const Captured errors(std::cerr);
-    EXPECT_EQ(tree.insert(&dot), c.inside);
-    EXPECT_EQ(errors.text(),
-              c.inside ? "" : std::string("Particle position not finite or outside root box: ") + c.text + "\n");
-    EXPECT_EQ(tree.root->count, c.inside ? 1 : 0);
-    EXPECT_EQ(walk(tree).size(), c.inside ? 1U : 0U);
-  }
-}
-
-TEST(Spacetree, visitsOctantsFromTheLastToTheFirstWithMidpointsInTheUpperHalf) {
-  // Octant 4 bx + 2 by + bz, one particle a corner and one on the midpoint of all axes.
-  DotTree tree;
-  std::deque<Dot> dots;
-  for (int octant = 0; octant < 8; ++octant) {
-    dots.push_back(
-        {{(octant & 4) != 0 ? 1.0F : -1.0F, (octant & 2) != 0 ? 1.0F : -1.0F, (octant & 1) != 0 ? 1.0F : -1.0F}});
-  }
-  dots.push_back({{0, 0, 0}});
-  for (Dot& dot : dots) tree.insert(&dot);
-  const std::vector<Dot*> found = walk(tree);
-  ASSERT_EQ(found.size(), 9U);
-  EXPECT_EQ(found[0], &dots[8]) << "the later of the two in octant 7";
-  for (int i = 1; i < 9; ++i) EXPECT_EQ(found[i], &dots[8 - i]);
-}
-
-TEST(Spacetree, dropsCoincidentParticlesAndKeepsTheirCharge) {
-  for (const int n : {8, 9, 50}) {
-    DotTree tree;
-    std::deque<Dot> dots(static_cast<std::size_t>(n), Dot{{3, -2, 1}, 0.5F});
-    for (Dot& dot : dots) tree.insert(&dot);
-    EXPECT_EQ(tree.root->count, n);
-    EXPECT_FLOAT_EQ(tree.root->charge, 0.5F * static_cast<float>(n));
-    EXPECT_EQ(tree.validate(), nullptr);
-    const std::size_t kept = walk(tree).size();
-    if (n <= 9) {
-      EXPECT_EQ(kept, n == 8 ? 8U : 0U);
-    }
-    EXPECT_LE(kept, 8U);
-  }
-}
-
-TEST(Spacetree, aChargeReachesTheTreeOneBuildAfterTheVertex) {
-  TestLayout layout;
-  auto* vertex = layout.add({1, 1, 1});
-  vertex->style.set_charge(3.0);
-  const auto build = [&] { return Calculator(layout.vertices.begin(), layout.vertices.end()).tree.root->charge; };
-  EXPECT_EQ(build(), 1.0F);
-  EXPECT_EQ(vertex->charge, 3.0F);
-  EXPECT_EQ(build(), 3.0F);
-}
-
-TEST(Spacetree, theBuildRefreshesVerticesItLeavesOut) {
-  TestLayout layout;
-  auto* inside = layout.add({0, 0, 0});
-  auto* outside = layout.add({0, 2000, 0});
-  auto* edge = layout.join(outside, inside);
-  outside->style.set_charge(2.0);
-  edge->style.set_strength(4.0);
-  edge->style.set_knots(4);
-  edge->style.set_oriented(true);
-  const Captured errors(std::cerr);
-  const Calculator calculator(layout.vertices.begin(), layout.vertices.end());
-  EXPECT_EQ(calculator.tree.root->count, 1);
-  EXPECT_EQ(outside->charge, 2.0F);
-  EXPECT_EQ(edge->strength, 4.0F);
-  EXPECT_TRUE(edge->hasKnots);
-  EXPECT_TRUE(edge->oriented);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <vector>
-
 #include "versioning/EdgeStyle.h"
 #include "versioning/GlobalStyleLock.h"
 #include "versioning/VertexStyle.h"
@@ -21,69 +19,50 @@ TEST(Styles, canBeUsedByStaticInitialisers) {
   EXPECT_TRUE(usedBeforeMain);
 }
 
-TEST(Styles, aStyleChangeReachesEveryVertexBelowItAndMakesNoVersion) {
-  VertexStyle style = VertexStyle::below(VertexStyle());
-  VertexStyle substyle = VertexStyle::below(style);
-  const VertexStyle vertex = VertexStyle::following(style);
-  const VertexStyle other = VertexStyle::following(substyle);
-  const Version* const newest = VertexStyle::vtree().newVersion(nullptr);
-  EXPECT_EQ(vertex.get_shape(), VertexStyleDefns::cube);
-  style.set_shape(VertexStyleDefns::cone);
-  EXPECT_EQ(vertex.get_shape(), VertexStyleDefns::cone);
-  EXPECT_EQ(other.get_shape(), VertexStyleDefns::cone);
-  substyle.set_shape(VertexStyleDefns::torus);
-  style.set_shape(VertexStyleDefns::sphere);
-  EXPECT_EQ(vertex.get_shape(), VertexStyleDefns::sphere);
-  EXPECT_EQ(other.get_shape(), VertexStyleDefns::torus);
-  EXPECT_EQ(VertexStyle().get_shape(), VertexStyleDefns::cube);
-  EXPECT_EQ(VertexStyle::vtree().newVersion(nullptr)->index, newest->index + 1);
-}
+/// The same of vertices and edges, by the size of the one and the width of the other.
+template <class Style, class Set, class Get>
+void reachAllBelowButWhatIsSetThere(Set set, Get get) {
+  Style style = Style::below(Style());
+  Style substyle = Style::below(style);
+  Style object = Style::following(style);
+  const Style neighbour = Style::following(style);
+  const Style other = Style::following(substyle);
+  const Version* const newest = Style::vtree().newVersion(nullptr);
+  set(style, 2.0);
+  EXPECT_EQ(get(neighbour), 2.0);
+  EXPECT_EQ(get(other), 2.0);
+  set(substyle, 4.0);
+  EXPECT_EQ(Style::vtree().newVersion(nullptr)->index, newest->index + 1) << "no version is made for a style's value";
 
-TEST(Styles, aPrivateValueHoldsAndTheRestStillFollowsTheStyle) {
-  EdgeStyle style = EdgeStyle::below(EdgeStyle());
-  EdgeStyle edge = EdgeStyle::following(style);
-  const EdgeStyle neighbour = EdgeStyle::following(style);
-  edge.set_width(3.0);
-  EXPECT_FALSE(edge.shared);
-  EXPECT_EQ(edge.version->parent, style.version);
-  EXPECT_EQ(neighbour.get_width(), 1.0);
-  const Version* const own = edge.version;
-  edge.set_label("own");
-  EXPECT_EQ(edge.version, own);
+  set(object, 3.0);
+  EXPECT_EQ(object.version->parent, style.version);
+  const Version* const own = object.version;
+  object.set_label("own");
+  EXPECT_EQ(object.version, own) << "the second value makes no version";
+  set(style, 5.0);
+  style.set_visible(false);
+  EXPECT_EQ(get(object), 3.0);
+  EXPECT_FALSE(object.get_visible()) << "the rest still follows the style";
+  EXPECT_EQ(get(neighbour), 5.0);
+  EXPECT_EQ(get(other), 4.0);
+  EXPECT_EQ(get(Style()), 1.0);
 
-  style.set_width(5.0);
-  style.set_arrow(true);
-  EXPECT_EQ(edge.get_width(), 3.0);
-  EXPECT_TRUE(edge.get_arrow());
-  EXPECT_EQ(neighbour.get_width(), 5.0);
-}
-
-TEST(Styles, anotherStylePutsPrivateValuesOutOfSight) {
-  VertexStyle first = VertexStyle::below(VertexStyle());
-  VertexStyle second = VertexStyle::below(VertexStyle());
-  second.set_size(9.0);
-  VertexStyle vertex = VertexStyle::following(first);
-  vertex.set_label("mine");
-  vertex.set_size(2.0);
-  vertex = VertexStyle::following(second);
-  EXPECT_EQ(vertex.look_label(), "");
-  EXPECT_EQ(vertex.get_size(), 9.0);
-  EXPECT_TRUE(vertex.shared);
-  // The next write makes a version below the style that it has now.
-  vertex.set_label("again");
-  second.set_size(10.0);
-  EXPECT_EQ(vertex.get_size(), 10.0);
+  Style second = Style::below(Style());
+  set(second, 9.0);
+  object = Style::following(second);
+  EXPECT_EQ(object.look_label(), "");
+  EXPECT_EQ(get(object), 9.0);
+  object.set_label("again");
+  set(second, 10.0);
+  EXPECT_EQ(get(object), 10.0) << "the next write makes a version below the style that it has now";
   EXPECT_EQ(second.get_label(), "");
 }
 
-TEST(Styles, attributesCanBeNamedInTables) {
-  const std::vector<Retro<double> EdgeAttributes::*> table = {&EdgeAttributes::strength, &EdgeAttributes::length};
-  EdgeStyle style = EdgeStyle::below(EdgeStyle());
-  EdgeStyle edge = EdgeStyle::following(style);
-  for (const auto attribute : table) edge.set(attribute, 7);
-  EXPECT_EQ(edge.get_strength(), 7.0);
-  EXPECT_EQ(edge.get(table[1]), 7.0);
-  EXPECT_EQ(style.get_length(), 1.0);
+TEST(Styles, reachAllBelowButWhatIsSetThere) {
+  reachAllBelowButWhatIsSetThere<VertexStyle>([](VertexStyle& s, double v) { s.set_size(v); },
+                                              [](const VertexStyle& s) { return s.get_size(); });
+  reachAllBelowButWhatIsSetThere<EdgeStyle>([](EdgeStyle& s, double v) { s.set_width(v); },
+                                            [](const EdgeStyle& s) { return s.get_width(); });
 }
 
 }  // namespace
