@@ -78,6 +78,8 @@ protected:
     ASSERT_GT(plain.count(), 0) << what;
     EXPECT_EQ(drawn(true).differences(plain), 0) << what << " seed " << seed;
     EXPECT_EQ(drawn(true).differences(plain), 0) << what << ", from the lists of the last picture, seed " << seed;
+    EXPECT_EQ(drawn(false).differences(plain), 0) << what << ", after state that a batch has left, seed " << seed;
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << what;
   }
 
   /// From the front, and from somewhere else.
@@ -177,28 +179,6 @@ TEST_F(BatchPainterTest, everyCharacterOfEveryFontAndTextAtTheBordersOfASlidView
     animator.ReshapeFunc(Scene::width - 3, Scene::height - 7);
     expectSamePicture("slid by " + std::to_string(x));
   }
-}
-
-TEST_F(BatchPainterTest, leavesOpenGlAsItFoundIt) {
-  Scene::Vertex* v = scene.vertex(0.0F, 0.0F, 0.0F);
-  giveLabel(v->style);
-  giveLooks(scene.edge(v, scene.vertex(1.0F, 0.0F, 0.0F)));
-  drawn(true);
-  for (const GLenum off : {GL_TEXTURE_2D, GL_ALPHA_TEST, GL_VERTEX_ARRAY, GL_COLOR_ARRAY, GL_TEXTURE_COORD_ARRAY}) {
-    EXPECT_FALSE(glIsEnabled(off)) << off;
-  }
-  EXPECT_TRUE(glIsEnabled(GL_LIGHTING));
-  EXPECT_TRUE(glIsEnabled(GL_DEPTH_TEST));
-  GLint viewport[4];
-  glGetIntegerv(GL_VIEWPORT, viewport);
-  EXPECT_EQ(viewport[2], Scene::width);
-  for (const GLenum depth :
-       {GL_MODELVIEW_STACK_DEPTH, GL_PROJECTION_STACK_DEPTH, GL_TEXTURE_STACK_DEPTH, GL_ATTRIB_STACK_DEPTH}) {
-    GLint entries = 0;
-    glGetIntegerv(depth, &entries);
-    EXPECT_LE(entries, 1) << depth;
-  }
-  EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
 }
 
 }  // namespace

@@ -73,7 +73,7 @@ class Display:
         return box and (box["X"], box["Y"], box["X"] + box["WIDTH"], box["Y"] + box["HEIGHT"])
 
     def window_size(self):
-        left, top, right, bottom = self.window_box()
+        left, top, right, bottom = self.window_box() or (0, 0, 0, 0)
         return right - left, bottom - top
 
     def open_menu(self, x=60, y=60):

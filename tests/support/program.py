@@ -56,7 +56,7 @@ class Client:
 
     @staticmethod
     def together(calls):
-        """Makes many calls (method, argument, ...), some hundreds a request: the server takes no more than half a megabyte."""
+        """Makes many calls (method, argument, ...), some hundreds a request, for a request has its limit."""
         answers = []
         with xmlrpc.client.ServerProxy(URL) as server:
             for start in range(0, len(calls), 500):

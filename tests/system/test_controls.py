@@ -54,7 +54,7 @@ def test_keys_show_and_hide(display, upright):
             assert shows(display.picture()) == usually, key
             for wanted in (not usually, usually):
                 display.key(key)
-                wait_until(lambda: shows(display.picture()) == wanted, f"{key} to toggle", 4)
+                wait_until(lambda: shows(display.picture()) == wanted, f"{key} to toggle")
                 assert key not in "vV" or display.picture().tinted(RED).count > 20, "edges stay"
 
 
@@ -62,12 +62,12 @@ def test_mouse_and_special_keys_move_the_view(display, upright):
     def red():
         return display.picture().tinted(RED)
     display.drag((200, 100), (200, 250))                # a quarter turn about the horizontal axis: seen from the end
-    wait_until(lambda: red().height < 0.6 * upright.height, "a foreshortened edge", 4)
+    wait_until(lambda: red().height < 0.6 * upright.height, "a foreshortened edge")
     display.drag((200, 250), (200, 100))
     display.drag((400, 300), (500, 260), 2)
-    wait_until(lambda: near(red().centre, (upright.centre[0] + 100, upright.centre[1] - 40), 5), "a slide", 4)
+    wait_until(lambda: near(red().centre, (upright.centre[0] + 100, upright.centre[1] - 40), 5), "a slide")
     display.key("Up", "Up")
-    wait_until(lambda: red().height > 1.2 * upright.height, "it to come nearer", 10)
+    wait_until(lambda: red().height > 1.2 * upright.height, "it to come nearer")
 
 
 def test_the_menu_and_full_screen(display, upright):
@@ -76,12 +76,12 @@ def test_the_menu_and_full_screen(display, upright):
     display.click(700, 500)                     # beside the menu: closes it
     for shown in (False, True):
         display.choose("Toggle labels")
-        wait_until(lambda: labels(display.picture()) == shown, "the labels to come or go", 4)
+        wait_until(lambda: labels(display.picture()) == shown, "the labels to come or go")
     for leave in (lambda: display.key("Escape"), lambda: display.choose("Toggle fullscreen")):
         display.do("windowsize", "--sync", display.window_ids()[0], 640, 480)
         wait_until(lambda: display.window_size() == (640, 480), "the size asked for")
         display.choose("Toggle fullscreen")
-        wait_until(lambda: display.window_size() == display.size, "the full screen", 5)
-        wait_until(lambda: abs(display.screen().tinted(BLUE).centre[0] - display.size[0] / 2) < 40, "all in its middle", 5)
+        wait_until(lambda: display.window_size() == display.size, "the full screen")
+        wait_until(lambda: abs(display.screen().tinted(BLUE).centre[0] - display.size[0] / 2) < 40, "all in its middle")
         leave()
-        wait_until(lambda: display.window_size() == (640, 480), "the size from before", 5)
+        wait_until(lambda: display.window_size() == (640, 480), "the size from before")

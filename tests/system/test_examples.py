@@ -69,7 +69,7 @@ def test_an_edge_list_becomes_a_graph_with_its_words(display, graph, run, tmp_pa
     path = tmp_path / "edges.txt"
     path.write_text("a b\nb c  a road\n# nothing\na c # same\n\nalone\na a\n")
     assert run("edge_list.py", "--seconds", 0.5, path).end() == "4 vertices, 5 lines\n"
-    wait_until(lambda: display.picture().exactly((255, 255, 255), 40).count > 40, "labels", 5)
+    wait_until(lambda: display.picture().exactly((255, 255, 255), 40).count > 40, "labels")
 
 
 def test_the_process_tree_shows_load_birth_and_death(display, graph, run):
@@ -77,12 +77,12 @@ def test_the_process_tree_shows_load_birth_and_death(display, graph, run):
     wait_until(lambda: display.picture().tinted((0, 96, 255)).count > 50, "idle processes in blue", 20)
     busy = subprocess.Popen([sys.executable, "-c", "while True: pass"])
     try:
-        wait_until(lambda: exists(graph, busy.pid), "the busy one", 10)
+        wait_until(lambda: exists(graph, busy.pid), "the busy one")
         wait_until(lambda: display.picture().tinted((255, 0, 128), 40).count > 20, "it in red", 20)
     finally:
         busy.kill()
         busy.wait()
-    wait_until(lambda: not exists(graph, busy.pid), "the busy one to be gone", 5)
+    wait_until(lambda: not exists(graph, busy.pid), "the busy one to be gone")
     example.interrupt()
 
 
@@ -90,14 +90,14 @@ def test_a_double_click_in_the_include_graph_lights_up_what_depends_on_a_file(di
     for name, text in [("a.h", ""), ("b.h", '#include "a.h"'), ("c.cpp", '#include "b.h"'), ("d.cpp", "#include <a.h>")]:
         (tmp_path / name).write_text(text)
     example = run("include_graph.py", tmp_path)
-    wait_until(lambda: exists(graph, 4), "the last file", 10)
+    wait_until(lambda: exists(graph, 4), "the last file")
     graph.set_vertex_attribute(1, "size", "8")
     for number in (2, 3, 4):                    # out of the way of the click
         graph.set_vertex_attribute(number, "shape", "none")
     graph.set_vertex_attribute(1, "fontcolor", "#000000")
     graph.set_vertex_attribute(1, "color", "#00FF00")
     display.double_click(*seen(display, (0, 255, 0)))
-    wait_until(lambda: display.picture().tinted((0, 255, 0)).count == 0, "the file lit up", 5)
+    wait_until(lambda: display.picture().tinted((0, 255, 0)).count == 0, "the file lit up")
     assert re.fullmatch(r".*a\.h: 2 more files are compiled anew when it changes\n", example.interrupt())
 
 

@@ -51,14 +51,13 @@ def test_rest_after_ten_seconds_then_a_change_wakes_the_layout(display, graph, p
     join_two(graph)
     wait_until(lambda: balanced(program), "the balance", 20, 0.1)
     wait_until(lambda: program.load(2) < RESTING, "the processor to become free", 60)
-    resting = display.picture()
     graph.set_vertex_style_attribute(0, "color", "#00FF00")     # a change of looks is seen, and needs no layout
-    wait_until(lambda: display.picture().tinted((0, 255, 0)).count > 10, "the new colour", 2)
+    wait_until(lambda: display.picture().tinted((0, 255, 0)).count > 10, "the new colour")
     wait_until(lambda: program.load() < RESTING, "a processor that stays free", 20)
-    assert display.picture().lit().box == resting.lit().box
+    resting = display.picture()
     graph.set_edge_attribute(3, "strength", "0.3")              # a change of forces does
-    wait_until(lambda: display.picture().difference(resting).count > 10, "motion", 2)
-    wait_until(lambda: program.load(0.5) > MOVING, "a busy processor", 8)
+    wait_until(lambda: display.picture().difference(resting).count > 10, "motion")
+    wait_until(lambda: program.load(0.5) > MOVING, "a busy processor", 20)
     wait_until(lambda: program.distance() > 1.0, "the new balance", 20, 0.1)
 
 

@@ -54,7 +54,7 @@ def test_each_refusal_is_minus_one_with_its_line(program, world):
     for (method, *arguments), line in REFUSALS:
         mark = len(program.errors)
         assert getattr(world, method)(*arguments) == -1, line
-        wait_until(lambda: program.errors.since(mark), line, 2)
+        wait_until(lambda: program.errors.since(mark), line)
         assert program.errors.since(mark) == [line]
 
 

@@ -8,7 +8,7 @@ def test_a_vertex_is_a_cube_in_the_default_colour_at_once_and_in_the_middle_with
     assert display.window_size() == (800, 600)
     graph.new_vertex_w_id(1)
     graph.set_vertex_attribute(1, "size", "8")
-    wait_until(lambda: display.picture().tinted(DEFAULT).count > 500, "the cube", 2)
+    wait_until(lambda: display.picture().tinted(DEFAULT).count > 500, "the cube")
     wait_until(lambda: near(display.picture().tinted(DEFAULT).centre, MIDDLE, 12), "the cube in the middle", 12)
     cube = steady(display, lambda picture: picture.tinted(DEFAULT))
     assert abs(cube.width - cube.height) <= 3
@@ -41,7 +41,7 @@ def test_a_style_reaches_what_is_below_it_and_private_values_hide_it(display, gr
             """Whether these colours show, and only they."""
             picture = display.picture()
             return [c for c in (RED, GREEN, BLUE, YELLOW, DEFAULT) if picture.tinted(c).count > 4] == colours
-        wait_until(shows, f"{call}: {colours}", 3)
+        wait_until(shows, f"{call}: {colours}")
 
 
 def test_the_camera_frames_a_growing_graph_within_seconds(display, graph):
