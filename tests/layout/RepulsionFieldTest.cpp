@@ -152,5 +152,13 @@ TEST_P(EveryScene, eachVertexInteractsWithWhatItsOwnWalkFindsAndEveryInstruction
   hwy::SetSupportedTargetsForTest(0);
 }
 
+TEST(RepulsionField, knowsTheLeastDistanceThatPassesTheOpeningTest) {
+  for (float diagonal = 2048 * std::sqrt(3.0F); diagonal > 1e-9F; diagonal /= 2) {
+    const float least = RepulsionField::acceptedFrom(diagonal);
+    EXPECT_LT(diagonal * diagonal / least, 0.9025F);
+    EXPECT_GE(diagonal * diagonal / std::nextafter(least, 0.0F), 0.9025F);
+  }
+}
+
 }  // namespace
 }  // namespace quorel
