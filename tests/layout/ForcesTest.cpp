@@ -52,7 +52,7 @@ TEST(Forces, areNearThoseOfAllPairs) {
       layout.parallel = parallel;
       layout.processorCount = processors;
       const auto vertices = fillRandomly(layout, 2000, random);
-      varyEdges(vertices, random);
+      varyEdges(layout.joined, random);
       for (auto* vertex : vertices) vertex->style.set_charge(static_cast<double>(random() % 400) / 100);
       EXPECT_LT(compareForces(layout, 0.02), 0.005);
     }
@@ -95,7 +95,7 @@ TEST(Forces, followEveryChangeOfTheGraphAndOfItsAttributes) {
       style.set_oriented(random() % 2 == 0);
       style.set_orientation(randomVector(random, 1));
     } else if (what == 7) {
-      varyEdges({vertex}, random);
+      varyEdges({vertex->outEdges.begin(), vertex->outEdges.end()}, random);
       vertex->style.set_charge(static_cast<double>(random() % 5));
     } else {
       for (auto* edge : vertex->outEdges) {

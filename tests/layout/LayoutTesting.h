@@ -36,10 +36,14 @@ public:
     const Vector from = source->position;
     const Vector to = target->position;
     Edge* edge = newEdge(source, target);
+    joined.push_back(edge);
     source->position = source->start.position = from;
     target->position = target->start.position = to;
     return edge;
   }
+
+  /// By `join`, in that order, which the addresses do not keep.
+  std::vector<Edge*> joined;
 };
 
 inline std::mt19937 seeded(unsigned seed) {
@@ -70,15 +74,13 @@ inline std::vector<Layout::Vertex*> fillRandomly(TestLayout& layout, int vertexC
 }
 
 /// Edges of all kinds, those that pull nothing among them.
-inline void varyEdges(const std::vector<Layout::Vertex*>& sources, std::mt19937& random) {
-  for (auto* vertex : sources) {
-    for (auto* edge : vertex->outEdges) {
-      edge->style.set_strength(static_cast<double>(random() % 5 * (random() % 100)) / 100);
-      edge->style.set_oriented(random() % 2 == 0);
-      edge->style.set_orientation(randomVector(random, 2));
-      edge->style.set_length(17);
-      if (random() % 4 == 0) edge->style.set_knots(4);
-    }
+inline void varyEdges(const std::vector<Layout::Edge*>& edges, std::mt19937& random) {
+  for (auto* edge : edges) {
+    edge->style.set_strength(static_cast<double>(random() % 5 * (random() % 100)) / 100);
+    edge->style.set_oriented(random() % 2 == 0);
+    edge->style.set_orientation(randomVector(random, 2));
+    edge->style.set_length(17);
+    if (random() % 4 == 0) edge->style.set_knots(4);
   }
 }
 

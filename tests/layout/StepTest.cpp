@@ -65,7 +65,7 @@ States statesAfter(int steps, float h, int vertexCount, double charge, Kind kind
   layout.processorCount = kind.processors;
   layout.defaultVertexStyle.set_charge(charge);
   const Vertices vertices = fillRandomly(layout, vertexCount, random);
-  varyEdges(vertices, random);
+  varyEdges(layout.joined, random);
   layout.buildTree();
   testing::internal::CaptureStderr();
   for (int i = 0; i < steps; ++i) layout.step(h);
@@ -157,7 +157,8 @@ TEST_P(EveryStep, isNeverStoppedByBadNumbers) {
   const int evaluations = rungeKutta ? 4 : 1;
   const int builds = parallel ? 1 : evaluations;
   EXPECT_EQ(count("Particle position not finite or outside root box: [3000"), builds);
-  EXPECT_EQ(count("Particle position not finite or outside root box: [nan,0,0]\n"), builds);
+  // Whether the neighbour's pull still reaches it depends on the order of their addresses.
+  EXPECT_EQ(count("Particle position not finite or outside root box: [nan,"), builds);
   EXPECT_EQ(count("@@ Warning: forces on vertex are "), parallel ? evaluations : 2 * evaluations);
   EXPECT_EQ(count("\n@@ position = "), parallel ? evaluations : 2 * evaluations);
   if (parallel) {
@@ -166,7 +167,7 @@ TEST_P(EveryStep, isNeverStoppedByBadNumbers) {
     EXPECT_EQ(lines, "totalVertices=100, numVertices()=111\n") << "the nine that coincide were dropped";
     EXPECT_EQ(outside->position, Vector(3000, 0, 0)) << "what is not in the tree stays";
   } else {
-    EXPECT_EQ(count("@@ Warning: vertex at [nan,0,0] has nonfinite velocity [inf,0,0]\n"), evaluations);
+    EXPECT_EQ(count("@@ Warning: vertex at [nan,"), evaluations);
     EXPECT_EQ(lines, "");
     EXPECT_GT(outside->velocity[0], 0.0F) << "a vertex out of the box is still repelled";
   }

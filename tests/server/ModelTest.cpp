@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <deque>
 #include <map>
+#include <mutex>
 #include <optional>
 #include <random>
 #include <thread>
@@ -143,6 +144,7 @@ private:
 
   template <class Style>
   void forget(Kind<Style>& kind, const Style& initial) {
+    const std::lock_guard<MultiLockable> held(globalStyleLock);
     kind.objects.clear();
     kind.styles = {{0, &scopes.emplace_back()}};
     for (const auto& e : kind.examples) kind.styles[0]->own[attributeOf(e.key)] = e.inForce(initial);

@@ -8,7 +8,6 @@ import sys
 
 import pytest
 
-from support.looking import seen
 from support.waiting import SLOWNESS, wait_until
 
 EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
