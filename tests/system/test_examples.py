@@ -95,8 +95,7 @@ def test_a_double_click_in_the_include_graph_lights_up_what_depends_on_a_file(di
         graph.set_vertex_attribute(number, "shape", "none")
     graph.set_vertex_attribute(1, "fontcolor", "#000000")
     graph.set_vertex_attribute(1, "color", "#00FF00")
-
-    seen(display, (0, 255, 0))
+    wait_until(lambda: display.picture().tinted((0, 255, 0)).count > 200, "the file in green")
 
     def lights_up():                            # the graph may move away under the pointer: then once more
         green = display.picture().tinted((0, 255, 0))
