@@ -1,0 +1,28 @@
+"""Client of Tessarel, which shows a graph in three dimensions while a program is still making it.
+
+    import tessarel
+
+    with tessarel.connect() as graph:
+        here = graph.new_vertex(label="here", color="#FF8000")
+        there = graph.new_vertex(label="there")
+        road = graph.new_edge(here, there, arrow=True)
+        there.size = 2.0
+
+Attributes are properties of vertices, edges and styles: help(tessarel.Vertex), help(tessarel.Edge).
+"""
+from __future__ import annotations
+
+from typing import Any
+
+from .attributes import Color, Shape, Stroke
+from .errors import BadValue, CallFailed, Error, LostConnection, NoServer, TimedOut
+from .graph import Edge, EdgeStyle, Graph, Vertex, VertexStyle, connect
+
+__all__ = ["BadValue", "CallFailed", "Color", "Edge", "EdgeStyle", "Error", "Graph", "LostConnection", "NoServer", "Shape",
+           "Stroke", "TimedOut", "Vertex", "VertexStyle", "connect", "show"]
+
+
+def show(G: Any, **options: Any) -> Any:
+    """Shows a graph of networkx; see tessarel.networkx.show."""
+    from .networkx import show as show_networkx
+    return show_networkx(G, **options)

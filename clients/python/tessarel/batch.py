@@ -1,0 +1,100 @@
+"""Calls on their way to the server: packed, answered, and told what became of them."""
+from __future__ import annotations
+
+from typing import Callable, Sequence
+
+from .errors import CallFailed, Error
+from .link import Link, Request
+from .wire import Call, Refusal, answers_in, one_call, several_calls, written
+
+__all__ = ["Batch", "carry_out"]
+
+# A pack: large enough that a round trip costs little, small enough that the window shows growth. The server takes 4 MiB.
+PACK_CHARACTERS = 100_000
+# Each removal waits for a frame, a slow one with a large graph; so few of them that a pack stays far from a time-out.
+PACK_WAITS = 100
+WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
+
+Explain = Callable[[Call], str]
+
+
+def carry_out(link: Link, calls: Sequence[Call], explain: Explain) -> None:
+    """Makes the calls in one request; CallFailed if one of them was refused."""
+    if not calls:
+        return
+    several = len(calls) > 1
+    body = several_calls([written(call) for call in calls]) if several else \
+        one_call(f"tessarel.{calls[0].method}", calls[0].arguments)
+    _judge(link, calls, several, *link.exchange(body), explain)
+
+
+class Batch:
+    """The calls of one thread between the beginning and the end of a batch.
+
+    While the server works on a pack, the next one is gathered: one request is under way at most.
+    """
+
+    def __init__(self, link: Link, explain: Explain) -> None:
+        self._link, self._explain = link, explain
+        self._calls: list[Call] = []
+        self._pieces: list[str] = []
+        self._size = self._waits = 0
+        self._under_way: tuple[Request, list[Call]] | None = None
+
+    def add(self, calls: Sequence[Call]) -> None:
+        for call in calls:
+            piece = written(call)
+            self._calls.append(call)
+            self._pieces.append(piece)
+            self._size += len(piece)
+            self._waits += call.method in WAITING
+        if self._size > PACK_CHARACTERS or self._waits > PACK_WAITS:
+            self._send()
+
+    def flush(self) -> None:
+        """Sends the rest, and waits for all answers."""
+        if self._calls:
+            self._send()
+        self._collect()
+
+    def _send(self) -> None:
+        self._collect()
+        calls, body = self._calls, several_calls(self._pieces)
+        self._drop()
+        self._under_way = self._link.begin(body), calls
+
+    def _collect(self) -> None:
+        if self._under_way is not None:
+            (request, calls), self._under_way = self._under_way, None
+            try:
+                answer = self._link.finish(request)
+            except BaseException:       # the server may still be at it, and nothing must overtake it
+                self._drop()
+                raise
+            _judge(self._link, calls, True, *answer, self._explain)
+
+    def _drop(self) -> None:
+        self._calls, self._pieces, self._size, self._waits = [], [], 0, 0
+
+
+def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeated: bool, explain: Explain) -> None:
+    try:
+        answers = answers_in(body, len(calls), several)
+    except Refusal as refusal:
+        raise Error(f"the server at {link.place} does not take a request: {refusal}") from None
+    failures = []
+    for number, (call, answer) in enumerate(zip(calls, answers)):
+        if answer == 0 or repeated and answer == -1 and _may_be_done(calls, number):
+            continue
+        reason = explain(call) if answer == -1 else f"the server answers: {answer}"
+        failures.append(CallFailed(call.method, call.arguments, reason))
+    if failures:
+        failures[0].further = tuple(failures[1:])
+        raise failures[0]
+
+
+def _may_be_done(calls: Sequence[Call], number: int) -> bool:
+    """Whether a call that was refused when the request was made once more can have been carried out the first time: it made
+    or removed something, or something was removed after it."""
+    return calls[number].method.startswith(("new_", "remove_")) or \
+        any(call.method.startswith(("remove_", "clear")) for call in calls[number + 1:])

@@ -1,0 +1,129 @@
+"""The way to the server and back: connections kept and taken up again, time-outs, one request at a time or one ahead."""
+from __future__ import annotations
+
+import collections
+
+from .errors import Error, LostConnection, NoServer, TimedOut
+from .wire import Connection, Refusal, one_call
+
+__all__ = ["Link", "Request"]
+
+
+class Request:
+    """A request that is under way."""
+
+    __slots__ = ("body", "connection", "sendings")
+
+    def __init__(self, body: bytes, connection: Connection) -> None:
+        self.body, self.connection, self.sendings = body, connection, 1
+
+
+class Link:
+    """The server, as seen from this client.
+
+    Connections that wait for work stand in a pool; a request takes one or makes one, and so there are as many as there were
+    requests at the same time. Any thread may call anything; a Request belongs to the thread that began it.
+    """
+
+    def __init__(self, host: str, port: int, timeout: float | None) -> None:
+        """NoServer if no Tessarel server answers there."""
+        self.host, self.port, self.timeout = host, port, timeout
+        self.own_address = ""
+        self._idle: collections.deque[Connection] = collections.deque()
+        self._closed = False
+        reason = ""
+        try:
+            body, _ = self.finish(self.begin(one_call("system.methodSignature", ["tessarel.clear"])))
+            if b"<fault>" in body:
+                reason = "what answers there is something else"
+        except Refusal as error:
+            reason = f"what answers there is something else: {error}"
+        except TimedOut:
+            reason = f"no answer within {timeout:g} s"
+        except LostConnection as error:
+            reason = str(error.__cause__ or error)
+        if reason:
+            self.close()
+            raise NoServer(f'no Tessarel server at {self.place}; start one with "tessarel" ({reason})') from None
+
+    @property
+    def place(self) -> str:
+        return f"{self.host}:{self.port}"
+
+    def begin(self, body: bytes) -> Request:
+        """Sends a request, for whose answer finish waits."""
+        request = Request(body, self._connection())
+        try:
+            request.connection.send(body, self.timeout)
+        except OSError as error:
+            self._again(request, error)
+        except BaseException:       # Ctrl-C in the middle of it: nobody can use this connection any more
+            request.connection.close()
+            raise
+        return request
+
+    def finish(self, request: Request) -> tuple[bytes, bool]:
+        """The answer's body, and whether the server may have carried out the request twice."""
+        repeated = False
+        while True:
+            try:
+                body = request.connection.receive(self.timeout)
+            except OSError as error:
+                repeated = True
+                self._again(request, error)
+                continue
+            except BaseException:
+                request.connection.close()
+                raise
+            if self._closed:
+                request.connection.close()
+            else:
+                self._idle.append(request.connection)
+            return body, repeated
+
+    def exchange(self, body: bytes) -> tuple[bytes, bool]:
+        return self.finish(self.begin(body))
+
+    def close(self) -> None:
+        self._closed = True
+        while self._idle:
+            self._idle.pop().close()
+
+    def _connection(self) -> Connection:
+        while True:
+            if self._closed:
+                raise Error("this client is closed")
+            try:
+                connection = self._idle.pop()
+            except IndexError:
+                break
+            # The server closes what has been silent for a while. Seen here, it costs no repetition.
+            if not connection.stale():
+                return connection
+            connection.close()
+        return self._new_connection()
+
+    def _new_connection(self) -> Connection:
+        try:
+            connection = Connection(self.host, self.port, self.timeout)
+        except OSError as error:
+            raise LostConnection(f"no connection to the Tessarel server at {self.place}: {error}") from error
+        self.own_address = connection.own_address
+        return connection
+
+    def _again(self, request: Request, error: OSError) -> None:
+        """Sends the request once more, over a new connection, after the first was lost."""
+        request.connection.close()
+        if isinstance(error, TimeoutError):
+            raise TimedOut(f"the Tessarel server at {self.place} has not answered within {self.timeout} s") from error
+        if request.sendings > 1:
+            raise LostConnection(f"the connection to the Tessarel server at {self.place} was lost twice: {error}") from error
+        request.sendings += 1
+        request.connection = self._new_connection()
+        try:
+            request.connection.send(request.body, self.timeout)
+        except OSError as second:
+            self._again(request, second)
+        except BaseException:
+            request.connection.close()
+            raise
