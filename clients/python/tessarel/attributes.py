@@ -10,7 +10,7 @@ from typing import Any, Callable, Generic, Literal, Mapping, Protocol, TypedDict
 from .errors import BadValue
 
 __all__ = ["Attribute", "Color", "EdgeAttributes", "EdgeKeywords", "Shape", "Stroke", "VertexAttributes",
-           "VertexKeywords", "attributes_of"]
+           "VertexKeywords", "attributes_of", "integer"]
 
 #: "#RRGGBB", an index into the server's palette, or (red, green, blue) from 0 to 1.
 Color = Union[str, int, tuple[float, float, float]]
@@ -39,7 +39,8 @@ def _finite(value: object) -> float | None:
     return number if math.isfinite(number) else None
 
 
-def _integer(value: object) -> int | None:
+def integer(value: object) -> int | None:
+    """The value as a whole number, None if it is none; other packages have whole numbers of their own."""
     if isinstance(value, bool):
         return None
     try:
@@ -58,7 +59,7 @@ def _number(wanted: str, fits: Callable[[float], bool]) -> Callable[[float], str
 
 
 def _whole(value: int) -> str:
-    number = _integer(value)
+    number = integer(value)
     if number is None or not 1 <= number <= INT_MAX:
         raise _no("a whole number from 1", value)
     return str(number)
@@ -96,7 +97,7 @@ def _color(value: Color) -> str:
     if isinstance(value, str):
         if HEX_COLOR.match(value):
             return value
-    elif (index := _integer(value)) is not None:
+    elif (index := integer(value)) is not None:
         if abs(index) <= INT_MAX:
             return str(index)
     elif isinstance(value, (tuple, list)) and len(value) == 3:

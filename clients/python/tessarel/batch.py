@@ -10,8 +10,8 @@ from .wire import Call, Refusal, answers_in, one_call, several_calls, written
 __all__ = ["Batch", "carry_out"]
 
 # A pack: large enough that a round trip costs little, small enough that the window shows growth. The server takes 4 MiB.
-PACK_CHARACTERS = 100_000
-# Each removal waits for a frame, a slow one with a large graph; so few of them that a pack stays far from a time-out.
+PACK_CHARACTERS = 50_000
+# These wait for a frame each, a long one with a large graph; a pack with many would keep the next one waiting.
 PACK_WAITS = 100
 WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 
@@ -25,7 +25,7 @@ def carry_out(link: Link, calls: Sequence[Call], explain: Explain) -> None:
     several = len(calls) > 1
     body = several_calls([written(call) for call in calls]) if several else \
         one_call(f"tessarel.{calls[0].method}", calls[0].arguments)
-    _judge(link, calls, several, *link.exchange(body), explain)
+    _judge(link, calls, several, *link.exchange(body, _waits(calls)), explain)
 
 
 class Batch:
@@ -47,7 +47,7 @@ class Batch:
             self._calls.append(call)
             self._pieces.append(piece)
             self._size += len(piece)
-            self._waits += call.method in WAITING
+        self._waits += _waits(calls)
         if self._size > PACK_CHARACTERS or self._waits > PACK_WAITS:
             self._send()
 
@@ -59,9 +59,9 @@ class Batch:
 
     def _send(self) -> None:
         self._collect()
-        calls, body = self._calls, several_calls(self._pieces)
+        calls, body, waits = self._calls, several_calls(self._pieces), self._waits
         self._drop()
-        self._under_way = self._link.begin(body), calls
+        self._under_way = self._link.begin(body, waits), calls
 
     def _collect(self) -> None:
         if self._under_way is not None:
@@ -77,11 +77,15 @@ class Batch:
         self._calls, self._pieces, self._size, self._waits = [], [], 0, 0
 
 
+def _waits(calls: Sequence[Call]) -> int:
+    return sum(call.method in WAITING for call in calls)
+
+
 def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeated: bool, explain: Explain) -> None:
     try:
         answers = answers_in(body, len(calls), several)
     except Refusal as refusal:
-        raise Error(f"the server at {link.place} does not take a request: {refusal}") from None
+        raise Error(f"the server at {link.place} does not take a request: {refusal}") from refusal
     failures = []
     for number, (call, answer) in enumerate(zip(calls, answers)):
         if answer == 0 or repeated and answer == -1 and _may_be_done(calls, number):

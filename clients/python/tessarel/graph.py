@@ -6,10 +6,9 @@ import itertools
 import random
 import threading
 from types import MappingProxyType, TracebackType
-from typing import Any, Callable, ClassVar, Iterator, Mapping, Sequence, TypeVar
-from typing import Unpack
+from typing import Any, Callable, ClassVar, Iterator, Mapping, Sequence, TypeVar, Unpack
 
-from .attributes import Attribute, EdgeAttributes, EdgeKeywords, VertexAttributes, VertexKeywords, attributes_of
+from .attributes import Attribute, EdgeAttributes, EdgeKeywords, VertexAttributes, VertexKeywords, attributes_of, integer
 from .batch import Batch, carry_out
 from .errors import BadValue, CallFailed, Error, LostConnection
 from .link import Link
@@ -354,6 +353,9 @@ class Graph:
         if first is second:
             raise BadValue(f"an edge wants two different vertices, not {first!r} twice")
         with self._lock:
+            for end in (first, second):
+                if end.gone:
+                    raise CallFailed("new_edge", (first.id, second.id), _gone(end))
             edge = Edge(self, self._choose("edge", id), first, second, style)
             self._made["edge"][edge.id] = first._edges[edge.id] = second._edges[edge.id] = edge
         self._make(edge, (edge.id, first.id, second.id), written, attributes)
@@ -487,7 +489,7 @@ class Graph:
         """Why a call was answered with -1, as far as can be told from here."""
         item = call.item
         elsewhere = "another client has removed it or cleared the window, or the server was started anew"
-        if item is not None and item._gone:
+        if item is not None and item._gone and not call.method.startswith("remove_"):
             if item._gone == NOT_MADE:
                 return _gone(item)
             elsewhere = f"{item._gone}, or {elsewhere}"
@@ -519,8 +521,10 @@ class Graph:
                     self._ids = itertools.count(FIRST_CHOSEN)
                 elif id not in made:
                     return id
-        if isinstance(id, bool) or not isinstance(id, int) or not ID_MIN <= id <= ID_MAX:
+        number = integer(id)
+        if number is None or not ID_MIN <= number <= ID_MAX:
             raise BadValue(f"an id is a whole number of 32 bits, not {id!r}")
+        id = number
         if id == 0 and kind.endswith("style"):
             raise BadValue("style 0 is the default style")
         if id in made:

@@ -12,10 +12,10 @@ __all__ = ["Link", "Request"]
 class Request:
     """A request that is under way."""
 
-    __slots__ = ("body", "connection", "sendings")
+    __slots__ = ("body", "connection", "sendings", "timeout")
 
-    def __init__(self, body: bytes, connection: Connection) -> None:
-        self.body, self.connection, self.sendings = body, connection, 1
+    def __init__(self, body: bytes, connection: Connection, timeout: float | None) -> None:
+        self.body, self.connection, self.sendings, self.timeout = body, connection, 1, timeout
 
 
 class Link:
@@ -33,15 +33,15 @@ class Link:
         self._closed = False
         reason = ""
         try:
-            body, _ = self.finish(self.begin(one_call("system.methodSignature", ["tessarel.clear"])))
-            if b"<fault>" in body:
+            body, _ = self.exchange(one_call("system.methodSignature", ["tessarel.clear"]))
+            if b"<fault>" in body or b"<methodResponse>" not in body:
                 reason = "what answers there is something else"
-        except Refusal as error:
-            reason = f"what answers there is something else: {error}"
         except TimedOut:
-            reason = f"no answer within {timeout:g} s"
+            reason = f"no answer within {timeout} s"
         except LostConnection as error:
             reason = str(error.__cause__ or error)
+        except Error as error:
+            reason = f"what answers there is something else: {error.__cause__}"
         if reason:
             self.close()
             raise NoServer(f'no Tessarel server at {self.place}; start one with "tessarel" ({reason})') from None
@@ -50,11 +50,12 @@ class Link:
     def place(self) -> str:
         return f"{self.host}:{self.port}"
 
-    def begin(self, body: bytes) -> Request:
-        """Sends a request, for whose answer finish waits."""
-        request = Request(body, self._connection())
+    def begin(self, body: bytes, waits: int = 0) -> Request:
+        """Sends a request, for whose answer finish waits; waits is the number of calls in it that wait for a frame."""
+        timeout = None if self.timeout is None else self.timeout * (1 + waits)
+        request = Request(body, self._connection(), timeout)
         try:
-            request.connection.send(body, self.timeout)
+            request.connection.send(body, timeout)
         except OSError as error:
             self._again(request, error)
         except BaseException:       # Ctrl-C in the middle of it: nobody can use this connection any more
@@ -67,11 +68,14 @@ class Link:
         repeated = False
         while True:
             try:
-                body = request.connection.receive(self.timeout)
+                body = request.connection.receive(request.timeout)
             except OSError as error:
                 repeated = True
                 self._again(request, error)
                 continue
+            except Refusal as refusal:
+                request.connection.close()
+                raise Error(f"the server at {self.place} does not take a request: {refusal}") from refusal
             except BaseException:
                 request.connection.close()
                 raise
@@ -81,8 +85,8 @@ class Link:
                 self._idle.append(request.connection)
             return body, repeated
 
-    def exchange(self, body: bytes) -> tuple[bytes, bool]:
-        return self.finish(self.begin(body))
+    def exchange(self, body: bytes, waits: int = 0) -> tuple[bytes, bool]:
+        return self.finish(self.begin(body, waits))
 
     def close(self) -> None:
         self._closed = True
@@ -115,13 +119,13 @@ class Link:
         """Sends the request once more, over a new connection, after the first was lost."""
         request.connection.close()
         if isinstance(error, TimeoutError):
-            raise TimedOut(f"the Tessarel server at {self.place} has not answered within {self.timeout} s") from error
+            raise TimedOut(f"the Tessarel server at {self.place} has not answered within {request.timeout} s") from error
         if request.sendings > 1:
             raise LostConnection(f"the connection to the Tessarel server at {self.place} was lost twice: {error}") from error
         request.sendings += 1
         request.connection = self._new_connection()
         try:
-            request.connection.send(request.body, self.timeout)
+            request.connection.send(request.body, request.timeout)
         except OSError as second:
             self._again(request, second)
         except BaseException:

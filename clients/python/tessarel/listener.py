@@ -41,11 +41,11 @@ class Listener:
         self._vertex_of = vertex_of
         self._handlers: dict[str, tuple[Any, Callable[[Any], object]]] = {}
         self._methods: dict[Any, str] = {}
+        self._stopping = False
         self._clicks: queue.SimpleQueue[tuple[str, int] | None] = queue.SimpleQueue()
-        self._server = _Server((address, 0), _RequestHandler, logRequests=False, allow_none=True)
+        self._server = _Server((address, 0), _RequestHandler, logRequests=False)
         self._server.register_instance(self)
-        host, port = self._server.server_address[:2]
-        self._url = f"http://{str(host)}:{port}/RPC2/"
+        self._url = f"http://{address}:{self._server.server_address[1]}/RPC2/"
         self._threads = [threading.Thread(target=self._server.serve_forever, args=(0.1,), daemon=True, name="tessarel calls"),
                          threading.Thread(target=self._work, daemon=True, name="tessarel clicks")]
         for thread in self._threads:
@@ -71,6 +71,7 @@ class Listener:
 
     def stop(self) -> None:
         """No handler is begun any more; one at work is waited for, unless it is itself that stops."""
+        self._stopping = True
         self._clicks.put(None)
         self._server.shutdown()
         self._server.server_close()
@@ -88,9 +89,9 @@ class Listener:
         while (click := self._clicks.get()) is not None:
             method, id = click
             known = self._handlers.get(method)
-            if known is None:       # removed meanwhile
-                continue
+            if known is None or self._stopping:
+                continue            # removed meanwhile
             try:
                 known[1](self._vertex_of(id))
-            except Exception:
+            except BaseException:       # sys.exit() in a handler too: there are others
                 log.exception("the handler of a double click on vertex %d has failed", id)

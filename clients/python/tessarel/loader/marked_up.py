@@ -1,0 +1,139 @@
+"""GraphML and GEXF, which networkx reads. What it would stumble over, or take without a word, is looked for here, since here
+the lines are known."""
+from __future__ import annotations
+
+import io
+import xml.etree.ElementTree as ElementTree
+import xml.parsers.expat as expat
+from typing import Any, Callable
+
+import networkx as nx
+
+from .faults import BadLine, told
+
+DEEPEST = 500
+# In the order in which a reader comes to them, so that the first one that it stumbles over can be found by halving.
+RECORDS = {"key", "attribute", "attributes", "node", "edge", "hyperedge"}
+
+Read = Callable[[bytes], Any]
+
+
+def graphml(data: bytes) -> Any:
+    return _read(data, lambda text: nx.read_graphml(io.BytesIO(text)))
+
+
+def gexf(data: bytes) -> Any:
+    G = _read(data, lambda text: nx.read_gexf(io.BytesIO(text)))
+    sizes = [viz["size"] for _, viz in G.nodes(data="viz") if viz and "size" in viz]
+    largest = max(sizes, default=0.0)
+    for _, attributes in G.nodes(data=True):
+        viz = attributes.pop("viz", None) or {}
+        if "color" in viz and "color" not in attributes:
+            attributes["color"] = "#{r:02X}{g:02X}{b:02X}".format(**viz["color"])
+        if viz.get("size", 0.0) > 0.0 and "size" not in attributes:
+            attributes["size"] = max(0.3, 3.0 * viz["size"] / largest)      # pixels there, proportions here
+    return G
+
+
+def _read(data: bytes, read: Read) -> Any:
+    _examine(data)
+    try:
+        return read(data)
+    except Exception as error:
+        raise BadLine(told(error), _line_of_fault(data, read)) from None
+
+
+def _examine(data: bytes) -> None:
+    """BadLine for what must not come near a parser that builds things, and for vertices and edges that are incomplete."""
+    parser = expat.ParserCreate(namespace_separator="}")
+    depth = 0
+    vertices: set[str] = set()
+    edges: list[tuple[int, str, str]] = []
+
+    def begin(name: str, attributes: dict[str, str]) -> None:
+        nonlocal depth
+        depth += 1
+        line = parser.CurrentLineNumber
+        if depth > DEEPEST:
+            raise BadLine("nested too deeply", line)
+        tag = name.rpartition("}")[2]
+        if tag == "node":
+            if "id" not in attributes:
+                raise BadLine("a node without id", line)
+            if attributes["id"] in vertices:
+                raise BadLine(f"a second node {attributes['id']!r}", line)
+            vertices.add(attributes["id"])
+        elif tag == "edge":
+            if not {"source", "target"} <= set(attributes):
+                raise BadLine("an edge without source or target", line)
+            edges.append((line, attributes["source"], attributes["target"]))
+
+    def end(_: str) -> None:
+        nonlocal depth
+        depth -= 1
+
+    def document_type(*_: Any) -> None:
+        # Entities stand there, and a few lines of them can stand for more text than there is memory.
+        raise BadLine("has a document type, which is not read", parser.CurrentLineNumber)
+
+    parser.StartElementHandler, parser.EndElementHandler = begin, end
+    parser.StartDoctypeDeclHandler = document_type
+    try:
+        parser.Parse(data, True)
+    except expat.ExpatError as error:
+        raise BadLine(expat.errors.messages[error.code], error.lineno) from None
+    for line, *ends in edges:
+        for each in ends:
+            if each not in vertices:
+                raise BadLine(f"there is no node {each!r}", line)
+
+
+def _line_of_fault(data: bytes, read: Read) -> int | None:
+    """The line of the first record without which all before it can be read."""
+    root, lines = _tree(data)
+    low, high = 0, len(lines)                       # low records are fine, high ones are not
+    if not _fails(data, 0, read):
+        while high - low > 1:
+            middle = (low + high) // 2
+            low, high = (low, middle) if _fails(data, middle, read) else (middle, high)
+        return lines[high - 1] if lines else None
+    return root
+
+
+def _fails(data: bytes, count: int, read: Read) -> bool:
+    """Whether the document cannot be read even with only so many of its records."""
+    root = ElementTree.fromstring(data)
+    seen = 0
+
+    def thin(element: ElementTree.Element) -> None:
+        nonlocal seen
+        kept = []
+        for child in element:
+            if child.tag.rpartition("}")[2] in RECORDS:
+                seen += 1
+                if seen > count:
+                    continue
+            kept.append(child)
+            thin(child)
+        element[:] = kept
+    thin(root)
+    try:
+        read(ElementTree.tostring(root))
+    except Exception:
+        return True
+    return False
+
+
+def _tree(data: bytes) -> tuple[int, list[int]]:
+    """The line of the root and of each record."""
+    parser = expat.ParserCreate(namespace_separator="}")
+    all_lines: list[int] = []
+    lines: list[int] = []
+
+    def begin(name: str, _: Any) -> None:
+        all_lines.append(parser.CurrentLineNumber)
+        if name.rpartition("}")[2] in RECORDS:
+            lines.append(parser.CurrentLineNumber)
+    parser.StartElementHandler = begin
+    parser.Parse(data, True)
+    return all_lines[0], lines

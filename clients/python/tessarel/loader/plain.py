@@ -1,0 +1,197 @@
+"""GML, Pajek and node-link JSON, which networkx reads, with the lines of what it does not."""
+from __future__ import annotations
+
+import inspect
+import json
+import re
+from typing import Any
+
+import networkx as nx
+
+from .faults import BadLine, told
+
+LONGEST_NUMBER = 4000
+
+
+def gml(text: str) -> Any:
+    try:
+        return _gml(text)
+    except (nx.NetworkXError, ValueError, RecursionError, TypeError, AttributeError, KeyError) as error:
+        raise BadLine(*_gml_fault(text, error)) from None
+
+
+def _gml(text: str) -> Any:
+    """Vertices have their labels as names if each has one and no two have the same."""
+    lines = text.splitlines()
+    try:
+        return nx.parse_gml(lines, label="label")
+    except nx.NetworkXError as error:
+        if "label" not in str(error):
+            raise
+    return nx.parse_gml(lines, label="id")
+
+
+def _gml_fault(text: str, error: Exception) -> tuple[str, int | None]:
+    said = told(error)
+    if place := re.search(r" at \((\d+), \d+\)$", said):
+        return said[:place.start()], int(place[1])
+    starts = {kind: [found.start() for found in re.finditer(rf'"[^"]*"|\b({kind})\s*\[', text) if found[1]]
+              for kind in ("node", "edge")}
+    number = None
+    if place := re.match(r"(node|edge) #(\d+)", said):
+        kind, number = place[1], int(place[2])
+    elif place := re.match(r"node id (\S+) is duplicated", said):
+        kind = "node"
+        twice = [index for index, start in enumerate(starts["node"])
+                 if re.match(rf"node\s*\[[^\]]*?\bid\s+{re.escape(place[1])}\s", text[start:start + 10000])]
+        number = twice[1] if len(twice) > 1 else None
+    if number is not None and number < len(starts[kind]):
+        return said, text.count("\n", 0, starts[kind][number]) + 1
+    return said, None
+
+
+class _Pajek:
+    """The parts of a Pajek file, each line with its number; what networkx takes for something else is refused."""
+
+    def __init__(self, text: str) -> None:
+        self.head: list[str] = []
+        self.parts: dict[str, list[tuple[int, str]]] = {}
+        names: set[str] = set()
+        section, left = "", 0
+        for number, line in enumerate(text.splitlines(), 1):
+            words = line.split()
+            if not words or words[0].startswith("%"):
+                continue
+            if words[0].startswith("*"):
+                section = words[0].lower()
+                if left:
+                    raise BadLine(f"{left} vertices are missing before {words[0]}", number)
+                if section not in ("*network", "*vertices", "*edges", "*arcs", "*matrix"):
+                    raise BadLine(f"{words[0]} is not read", number)
+                if section == "*vertices":
+                    if len(words) < 2 or not words[1].isdecimal() or len(words[1]) > 9:
+                        raise BadLine("*Vertices wants their number", number)
+                    left = int(words[1])
+                    self.head.append(" ".join(words[:2]))
+                elif section == "*network":
+                    self.head.append(line)
+                else:
+                    self.parts.setdefault(section, [])
+            elif section == "*vertices":
+                if not left:
+                    raise BadLine("more vertices than *Vertices says", number)
+                left -= 1
+                if words[0] in names:
+                    raise BadLine(f"a second vertex {words[0]}", number)
+                names.add(words[0])
+                self._check(number, line, "a vertex wants its number and its name")
+                self.head.append(line)
+            elif section in ("*edges", "*arcs"):
+                self._check(number, line, "an edge wants the numbers of two vertices")
+                for word in words[:2]:
+                    if word not in names:
+                        raise BadLine(f"there is no vertex {word}", number)
+                self.parts[section].append((number, line))
+            elif section == "*matrix":
+                if len(words) > len(names) or not all(re.fullmatch(r"-?\d{1,18}", word) for word in words):
+                    raise BadLine("a row of the matrix wants a whole number a vertex", number)
+                self.parts[section].append((number, line))
+                if len(self.parts[section]) > len(names):
+                    raise BadLine("more rows than vertices", number)
+            else:
+                raise BadLine("stands before any part of the file", number)
+        if left:
+            raise BadLine(f"{left} vertices are missing", text.count("\n") + 1)
+
+    @staticmethod
+    def _check(number: int, line: str, wanted: str) -> None:
+        import shlex
+        try:
+            if len(shlex.split(line)) >= 2:
+                return
+        except ValueError as error:
+            raise BadLine(str(error).lower(), number) from None
+        raise BadLine(wanted, number)
+
+
+def pajek(text: str) -> Any:
+    file = _Pajek(text)
+    read = {section: nx.parse_pajek([*file.head, section, *(line for _, line in part)])
+            for section, part in file.parts.items()}
+    if len(read) < 2:
+        return next(iter(read.values())) if read else nx.parse_pajek(file.head)
+    # Arcs and edges in one file: all become arcs, and those that were edges show no arrow.
+    G = nx.MultiDiGraph()
+    for section, part in read.items():
+        G.add_nodes_from(part.nodes(data=True))
+        G.add_edges_from((u, v, data if section != "*edges" else {"arrow": False, **data})
+                         for u, v, data in part.edges(data=True))
+    return G
+
+
+def node_link(text: str) -> Any:
+    try:
+        data = json.loads(text)
+    except json.JSONDecodeError as error:
+        raise BadLine(error.msg, error.lineno) from None
+    except (RecursionError, ValueError) as error:
+        raise BadLine(told(error)) from None
+    if not isinstance(data, dict) or not isinstance(data.get("nodes"), list):
+        raise BadLine('has no list of "nodes"')
+    lists = [name for name in ("links", "edges") if isinstance(data.get(name), list)]
+    if not lists:
+        raise BadLine('has no list of "links" or "edges"')
+    _check(text, data, lists[0])
+    # Newer releases call the parameter otherwise.
+    parameter = "link" if "link" in inspect.signature(nx.node_link_graph).parameters else "edges"
+    try:
+        return nx.node_link_graph(data, **{parameter: lists[0]})
+    except Exception as error:
+        raise BadLine(told(error)) from None
+
+
+def _check(text: str, data: dict[str, Any], links: str) -> None:
+    def name(value: Any) -> Any:
+        return tuple(map(name, value)) if isinstance(value, list) else value
+
+    def bad(where: str, index: int, what: str) -> BadLine:
+        return BadLine(what, _line_in_json(text, where, index))
+
+    vertices: set[Any] = set()
+    for index, item in enumerate(data["nodes"]):
+        if not isinstance(item, dict):
+            raise bad("nodes", index, "a node is an object in braces")
+        each = name(item.get("id", index))
+        if isinstance(each, dict) or each is None:
+            raise bad("nodes", index, "a node's id is a text or a number")
+        if each in vertices:
+            raise bad("nodes", index, f"a second node {each!r}")
+        vertices.add(each)
+    for index, item in enumerate(data[links]):
+        if not isinstance(item, dict) or not {"source", "target"} <= set(item):
+            raise bad(links, index, 'an edge is an object in braces with "source" and "target"')
+        for end in (item["source"], item["target"]):
+            if isinstance(end, dict) or name(end) not in vertices:
+                raise bad(links, index, f"there is no node {end!r}")
+        if isinstance(item.get("key"), (dict, list)):
+            raise bad(links, index, "an edge's key is a text or a number")
+
+
+def _line_in_json(text: str, where: str, index: int) -> int | None:
+    """The line on which the element begins, in the array of that name at the top. The text is known to be sound."""
+    skip = re.compile(r"[\s,:]*")
+    scan = json.JSONDecoder().raw_decode
+    position = skip.match(text, text.index("{") + 1).end()                  # type: ignore[union-attr]
+    found = None
+    while text[position] != "}":
+        key, position = scan(text, position)
+        position = skip.match(text, position).end()                         # type: ignore[union-attr]
+        if key == where and text[position] == "[":
+            at, found = skip.match(text, position + 1).end(), None          # type: ignore[union-attr]
+            for count in range(index + 1):
+                if text[at] == "]":
+                    break
+                found = at
+                at = skip.match(text, scan(text, at)[1]).end()              # type: ignore[union-attr]
+        position = skip.match(text, scan(text, position)[1]).end()          # type: ignore[union-attr]
+    return None if found is None else text.count("\n", 0, found) + 1

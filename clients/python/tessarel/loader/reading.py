@@ -1,0 +1,62 @@
+"""A file, or standard input, as a graph of networkx. It is read to its end before anything is made of it."""
+from __future__ import annotations
+
+import os
+import sys
+import warnings
+from typing import Any, Callable, Mapping
+
+from . import dot, lines, marked_up, plain
+from .faults import BadInput, BadLine
+
+__all__ = ["FORMATS", "format_of", "read"]
+
+LARGEST = 256 << 20     # bytes; a graph that no window could show
+
+FromText = Callable[[str], Any]
+
+
+def _text(read: FromText) -> Callable[[bytes], Any]:
+    def from_bytes(data: bytes) -> Any:
+        try:
+            return read(data.decode("utf-8-sig"))
+        except UnicodeDecodeError as error:
+            raise BadLine("not UTF-8", data.count(b"\n", 0, error.start) + 1) from None
+    return from_bytes
+
+
+#: By the name of --format.
+FORMATS: Mapping[str, Callable[[bytes], Any]] = {
+    "graphml": marked_up.graphml, "gexf": marked_up.gexf, "gml": _text(plain.gml), "pajek": _text(plain.pajek),
+    "dot": _text(dot.dot), "json": _text(plain.node_link), "csv": _text(lines.table),
+    "edges": _text(lambda text: lines.edge_list(text.split("\n"))),
+}
+SUFFIXES = {".graphml": "graphml", ".gexf": "gexf", ".gml": "gml", ".net": "pajek", ".pajek": "pajek", ".paj": "pajek", ".dot": "dot",
+            ".gv": "dot", ".json": "json", ".csv": "csv", ".tsv": "csv", ".edges": "edges", ".edgelist": "edges",
+            ".txt": "edges"}
+
+
+def format_of(name: str) -> str | None:
+    """What the name's ending says; standard input is an edge list."""
+    return "edges" if name == "-" else SUFFIXES.get(os.path.splitext(name)[1].lower())
+
+
+def read(name: str, format: str) -> Any:
+    """The graph in the file of that name, "-" for standard input. BadInput, with file and line, if there is none."""
+    place = "standard input" if name == "-" else name
+    try:
+        if name == "-":
+            data = sys.stdin.buffer.read(LARGEST + 1)
+        else:
+            with open(name, "rb") as file:
+                data = file.read(LARGEST + 1)
+    except OSError as error:
+        raise BadInput(place, None, error.strerror or str(error)) from None
+    if len(data) > LARGEST:
+        raise BadInput(place, None, f"larger than {LARGEST >> 20} MiB")
+    try:
+        with warnings.catch_warnings():
+            warnings.simplefilter("ignore")         # of deprecations, and of what a reader leaves out
+            return FORMATS[format](data)
+    except BadLine as error:
+        raise BadInput(place, error.line, str(error)) from None

@@ -1,0 +1,238 @@
+"""How what a graph's vertices and edges carry becomes what the window shows of them."""
+from __future__ import annotations
+
+import math
+import numbers
+from typing import Any, Callable, Hashable, Iterable, Mapping, Union
+
+from .errors import BadValue
+from .graph import Edge, Vertex
+
+__all__ = ["Looks", "Scale", "color_of", "text_of"]
+
+Look = dict[str, Any]
+#: An attribute's name, a value a vertex or edge, or a function of a vertex or edge that finds it.
+Source = Union[str, Mapping[Any, Any], Callable[[Any], Any]]
+
+LONGEST_LABEL = 4096
+SMALLEST, LARGEST = 0.5, 3.0            # sizes
+THINNEST, THICKEST = 1.0, 6.0           # widths, in pixels
+WEAKEST, STRONGEST = 0.2, 2.0           # strengths
+MANY = 300                              # vertices, beyond which names would cover the picture
+LABELS = ("label", "name")              # where a vertex's own name is looked for
+
+# The names that people write most; a program that knows more of them may send "#RRGGBB".
+COLORS = {
+    "black": "#000000", "white": "#FFFFFF", "gray": "#808080", "grey": "#808080", "silver": "#C0C0C0",
+    "lightgray": "#D3D3D3", "lightgrey": "#D3D3D3", "darkgray": "#A9A9A9", "darkgrey": "#A9A9A9",
+    "red": "#FF0000", "darkred": "#8B0000", "maroon": "#800000", "crimson": "#DC143C", "tomato": "#FF6347",
+    "salmon": "#FA8072", "coral": "#FF7F50", "orange": "#FFA500", "darkorange": "#FF8C00", "gold": "#FFD700",
+    "yellow": "#FFFF00", "khaki": "#F0E68C", "beige": "#F5F5DC", "tan": "#D2B48C", "brown": "#A52A2A",
+    "chocolate": "#D2691E", "olive": "#808000", "lime": "#00FF00", "green": "#008000", "darkgreen": "#006400",
+    "forestgreen": "#228B22", "lightgreen": "#90EE90", "palegreen": "#98FB98", "teal": "#008080", "turquoise": "#40E0D0",
+    "cyan": "#00FFFF", "aqua": "#00FFFF", "skyblue": "#87CEEB", "lightblue": "#ADD8E6", "steelblue": "#4682B4",
+    "dodgerblue": "#1E90FF", "royalblue": "#4169E1", "blue": "#0000FF", "darkblue": "#00008B", "navy": "#000080",
+    "indigo": "#4B0082", "purple": "#800080", "violet": "#EE82EE", "orchid": "#DA70D6", "magenta": "#FF00FF",
+    "fuchsia": "#FF00FF", "pink": "#FFC0CB", "hotpink": "#FF69B4", "lavender": "#E6E6FA", "plum": "#DDA0DD",
+}
+# From few to many: dark blue over green to yellow, whose brightness tells the order too.
+RAMP = [(0.28, 0.30, 0.65), (0.18, 0.50, 0.70), (0.15, 0.70, 0.55), (0.55, 0.82, 0.30), (0.99, 0.90, 0.20)]
+
+
+def color_of(value: object) -> Any:
+    """The value as the server writes colours; None if it is no colour."""
+    if isinstance(value, str):
+        name = value.strip().lower()
+        if name in COLORS:
+            return COLORS[name]
+        if len(name) == 9 and name.startswith("#"):         # with an alpha, which the window has not
+            name = name[:7]
+        return name if _fits(Vertex, "color", name) else None
+    return value if _fits(Vertex, "color", value) else None
+
+
+def text_of(value: object) -> str:
+    """The value as a label: one line that the server takes."""
+    text = " ".join("".join(c if c.isprintable() else " " for c in str(value)).split())
+    return text.encode(errors="replace")[:LONGEST_LABEL].decode(errors="ignore")
+
+
+def _fits(kind: type[Vertex] | type[Edge], name: str, value: Any) -> bool:
+    try:
+        kind.attributes[name].written(value)
+    except BadValue:
+        return False
+    return True
+
+
+def _number(value: object) -> float | None:
+    """The number that it is or, as files have it, that it spells."""
+    if isinstance(value, bool) or not isinstance(value, (str, numbers.Real)):
+        return None
+    try:
+        number = float(value)
+    except (ValueError, OverflowError):
+        return None
+    return number if math.isfinite(number) else None
+
+
+def _truth(value: object) -> bool | None:
+    known = {"true": True, "yes": True, "1": True, "false": False, "no": False, "0": False}
+    return value if isinstance(value, bool) else known.get(str(value).lower())
+
+
+class Scale:
+    """Values that belong together: numbers, which a range is laid along, or words, each of which is a kind of its own."""
+
+    def __init__(self, values: Iterable[Any]) -> None:
+        present = [value for value in values if value is not None and value != ""]
+        found = [number for number in map(_number, present) if number is not None]
+        self.colors = bool(present) and all(isinstance(v, (str, tuple)) and color_of(v) is not None for v in present)
+        self.numeric = bool(present) and len(found) == len(present)
+        self.low, self.high = (min(found), max(found)) if self.numeric else (0.0, 0.0)
+        self.kinds = {} if self.numeric else \
+            {kind: number for number, kind in enumerate(dict.fromkeys(map(str, present)))}
+
+    def color(self, value: Any) -> Any:
+        """A colour as it is, a number's place on a scale of colours, a word's own colour; None without a value."""
+        if value is None or value == "":
+            return None
+        if self.colors:
+            return color_of(value)
+        if self.numeric:
+            position = self.between(value, 0.0, len(RAMP) - 1.0)
+            return None if position is None else _on_ramp(position)
+        # Neighbours in the palette differ, but the first of it are the server's own white and grey.
+        return 3 + 4 * self.kinds[str(value)] if str(value) in self.kinds else None
+
+    def between(self, value: Any, least: float, most: float) -> float | None:
+        """The number's place between least and most; None if it is no number."""
+        number = _number(value)
+        if number is None:
+            return None
+        span = self.high - self.low
+        if not 0 < span < math.inf:
+            return (least + most) / 2
+        return least + (most - least) * min(1.0, max(0.0, (number - self.low) / span))
+
+
+def _on_ramp(position: float) -> tuple[float, float, float]:
+    step = min(int(position), len(RAMP) - 2)
+    red, green, blue = (a + (b - a) * (position - step) for a, b in zip(RAMP[step], RAMP[step + 1]))
+    return red, green, blue
+
+
+def as_they_are(kind: type[Vertex] | type[Edge], attributes: Mapping[Any, Any]) -> Look:
+    """What of the attributes has one of the server's names and a value that the server takes, numbers and truths that are
+    spelled out included."""
+    look: Look = {}
+    for name, value in attributes.items():
+        if not isinstance(name, str) or name not in kind.attributes or value is None:
+            continue
+        key = kind.attributes[name].key
+        if key == "label":
+            look[key] = text_of(value)
+            continue
+        for candidate in (value, color_of(value) if "color" in key else None, _number(value), _whole(value), _truth(value),
+                          value.lower() if isinstance(value, str) else None):
+            if candidate is not None and _fits(kind, key, candidate):
+                look[key] = candidate
+                break
+    return look
+
+
+def _whole(value: object) -> int | None:
+    number = _number(value)
+    return int(number) if number is not None and number == int(number) else None
+
+
+class Looks:
+    """What a vertex or an edge of a graph shall look like.
+
+    Whatever has one of the server's names and a fitting value is shown as it is. Each option names an attribute, or is a
+    mapping or a function that finds a value for a vertex (for an edge: for the pair of its ends), and goes before that.
+    Colours become colours, numbers a place on a scale of colours or in a range of sizes, widths or strengths, words one
+    colour each. "degree" is the number of a vertex's edges where no vertex has an attribute of that name.
+    """
+
+    VERTEX_OPTIONS = ("color", "size", "label")
+    EDGE_OPTIONS = ("edge_color", "edge_label", "width", "strength")
+
+    def __init__(self, G: Any = None, **options: Source | None) -> None:
+        """BadValue if an option names an attribute that nothing in G has."""
+        known = self.VERTEX_OPTIONS + self.EDGE_OPTIONS
+        for option in options:
+            if option not in known:
+                raise TypeError(f"{option!r} is no option; there are {', '.join(known)}")
+        # Nobody's label was asked for: names are shown as long as they can be read.
+        self.names_shown = "label" not in options and (G is None or G.number_of_nodes() <= MANY)
+        self._without_label = "label" in options and options["label"] is None
+        self._find: dict[str, Callable[[Any, Mapping[Any, Any]], Any]] = {}
+        self._scales: dict[str, Scale] = {}
+        for option, source in options.items():
+            if source is not None:
+                self._find[option], self._scales[option] = self._reading(G, option, source)
+
+    def _reading(self, G: Any, option: str, source: Source) -> tuple[Callable[[Any, Mapping[Any, Any]], Any], Scale]:
+        vertices = option in self.VERTEX_OPTIONS
+        items = list(G.nodes(data=True)) if vertices else [((u, v), data) for u, v, data in G.edges(data=True)]
+        if isinstance(source, Mapping):
+            values: Mapping[Any, Any] = source
+            find = lambda item, data: values.get(item)                      # noqa: E731
+        elif callable(source):
+            function = source
+            find = lambda item, data: function(item)                        # noqa: E731
+        else:
+            name = source
+            if any(name in data for _, data in items):
+                find = lambda item, data: data.get(name)                    # noqa: E731
+            elif name == "degree" and vertices:
+                find = lambda item, data: G.degree(item)                    # noqa: E731
+            elif items:
+                there = sorted({str(key) for _, data in items for key in data})
+                raise BadValue(f"no {'vertex' if vertices else 'edge'} has an attribute {name!r}; there are "
+                               f"{', '.join(there) or 'none'}{' and degree' if vertices else ''}")
+            else:
+                find = lambda item, data: data.get(name)                    # noqa: E731
+        scale = Scale(find(item, data) for item, data in items)
+        if option in ("size", "width", "strength") and items and not scale.numeric:
+            worst = next((item for item, data in items if (v := find(item, data)) is not None and _number(v) is None), None)
+            raise BadValue(f"{option}: not all of {source!r} are numbers" if worst is None else
+                           f"{option}: the {source!r} of {worst!r} is no number")
+        return find, scale
+
+    def vertex(self, node: Hashable, data: Mapping[Any, Any]) -> Look:
+        look = as_they_are(Vertex, data)
+        self._add(look, "color", self._color("color", node, data))
+        self._add(look, "size", self._between("size", node, data, SMALLEST, LARGEST))
+        if self._without_label:
+            look.pop("label", None)
+        elif "label" in self._find:
+            self._add(look, "label", self._text("label", node, data))
+        elif "label" not in look and self.names_shown:
+            look["label"] = text_of(next((data[key] for key in LABELS if data.get(key) is not None), node))
+        return look
+
+    def edge(self, first: Hashable, second: Hashable, data: Mapping[Any, Any]) -> Look:
+        look = as_they_are(Edge, data)
+        ends = (first, second)
+        self._add(look, "color", self._color("edge_color", ends, data))
+        self._add(look, "width", self._between("width", ends, data, THINNEST, THICKEST))
+        self._add(look, "strength", self._between("strength", ends, data, WEAKEST, STRONGEST))
+        self._add(look, "label", self._text("edge_label", ends, data))
+        return look
+
+    @staticmethod
+    def _add(look: Look, key: str, value: Any) -> None:
+        if value is not None:
+            look[key] = value
+
+    def _color(self, option: str, item: Any, data: Mapping[Any, Any]) -> Any:
+        return self._scales[option].color(self._find[option](item, data)) if option in self._find else None
+
+    def _between(self, option: str, item: Any, data: Mapping[Any, Any], least: float, most: float) -> float | None:
+        return self._scales[option].between(self._find[option](item, data), least, most) if option in self._find else None
+
+    def _text(self, option: str, item: Any, data: Mapping[Any, Any]) -> str | None:
+        value = self._find[option](item, data) if option in self._find else None
+        return None if value is None else text_of(value)
