@@ -1,0 +1,411 @@
+"""The Python package against the running server: what it tells the server, what it tells its user, and what it withstands."""
+import contextlib
+import pathlib
+import re
+import signal
+import socket
+import threading
+import time
+
+import pytest
+
+import tessarel
+from support.looking import BLUE, GREEN, MIDDLE, RED, seen, web
+from support.program import PORT
+from support.waiting import SLOWNESS, stays, wait_until
+
+ROOT = pathlib.Path(__file__).resolve().parents[2]
+GONE = "is not there any more"
+
+
+def exists(program, kind, ids):
+    """Which of the ids the server knows: a question that changes nothing that is looked at here."""
+    ids = list(ids)
+    answers = program.client.together([(f"set_{kind}_attribute", number, "fontsize", "12") for number in ids])
+    return {number for number, answer in zip(ids, answers) if answer == 0}
+
+
+@pytest.fixture
+def unrefused(program):
+    """No call of the check is turned away by the server."""
+    mark = len(program.errors)
+    yield
+    assert [line for line in program.errors.since(mark) if line.startswith(("tessarel", "Warning"))] == []
+
+
+class Wire:
+    """A way to the server that can be cut: after it is told to, the next request reaches the server, and its answer does not
+    reach the client."""
+
+    def __init__(self):
+        self.cut, self.requests, self.ends = False, 0, []
+        self.socket = socket.create_server(("127.0.0.1", 0))
+        self.port = self.socket.getsockname()[1]
+        threading.Thread(target=self.accept, daemon=True).start()
+
+    def accept(self):
+        while True:
+            try:
+                near, _ = self.socket.accept()
+            except OSError:
+                return
+            far = socket.create_connection(("127.0.0.1", PORT))
+            self.ends += [near, far]
+            for source, sink in [(near, far), (far, near)]:
+                threading.Thread(target=self.carry, args=(source, sink, source is far), daemon=True).start()
+
+    def carry(self, source, sink, back):
+        try:
+            while data := source.recv(1 << 20):
+                self.requests += data.startswith(b"POST")
+                if back and self.cut:
+                    self.cut = False
+                    return self.hang_up()
+                sink.sendall(data)
+        except OSError:
+            pass
+
+    def hang_up(self):
+        """Ends all connections, as the server does with those that are silent for long."""
+        for end in self.ends:
+            with contextlib.suppress(OSError):
+                end.shutdown(socket.SHUT_RDWR)
+
+    def stop(self):
+        self.ends.append(self.socket)
+        self.hang_up()
+        for end in self.ends:
+            end.close()
+
+
+@pytest.fixture
+def wire(graph):
+    way = Wire()
+    yield way
+    way.stop()
+
+
+# --- What the server is told
+
+def samples(attribute):
+    """Values that the attribute takes, the ends of its range among them."""
+    candidates = [True, False, 0, 0.0, 1e-9, 1, 0.5, 5, 1e30, 2**31 - 1, -3, "#80FF00", (0, 0.25, 1.0), "", "a & <b> \t\r\n\"'é",
+                  "é" * 2048, *tessarel.attributes.SHAPES, "SPHERE", *tessarel.attributes.STROKES]
+    return [value for value in candidates if accepted(attribute, value)]
+
+
+def accepted(attribute, value):
+    try:
+        attribute.written(value)
+    except tessarel.BadValue:
+        return False
+    return True
+
+
+@pytest.mark.parametrize("make, kind", [(lambda g: g.new_vertex(), "Vertex"), (lambda g: g.new_vertex_style(), "Vertex"),
+                                        (lambda g: g.new_edge(g.new_vertex(), g.new_vertex()), "Edge"),
+                                        (lambda g: g.new_edge_style(), "Edge")])
+def test_the_server_has_the_same_attributes_and_takes_what_the_client_takes(graph, unrefused, make, kind):
+    table = (ROOT / f"src/server/{kind}AttributeTable.def").read_text(encoding="ascii")
+    keys = set(re.findall(r"^ATTRIBUTE\((\w+)", table, re.M)) - {"callback_left_doubleclick"}
+    item = make(graph)
+    assert set(item.attributes) == keys
+    assert set(getattr(tessarel.attributes, f"{kind}Keywords").__annotations__) == keys
+    for name, attribute in item.attributes.items():
+        values = samples(attribute)
+        assert values and attribute.__doc__
+        with graph.batch():
+            for value in values:
+                item.set(**{name: value})
+        assert getattr(item, name) == values[-1]
+
+
+def test_what_the_server_would_misread_is_refused_before_it_is_sent(graph):
+    vertex, style = graph.new_vertex(), graph.new_vertex_style(name="town")
+    edge = graph.new_edge(vertex, graph.new_vertex())
+    nan, inf = float("nan"), float("inf")
+    for item, name, values in [
+            (vertex, "size", [0, -1, nan, inf, True, "2", None]), (style, "charge", [0, nan]), (vertex, "visible", [1, "true"]),
+            (vertex, "shapedetail", [0, 2.0, 2**31]), (vertex, "label", [7, None, "\0", "\ud800", "é" * 2049]),
+            (vertex, "color", ["red", "#12345", "#12345G", "3", 2.5, True, (0, 0), (0, 0, 1.1), 2**31]),
+            (style, "shape", ["ball", 3]), (edge, "stroke", ["SOLID", ""]), (edge, "width", [-1]),
+            (edge, "arrow_position", [-0.1, 1.1]), (edge, "strength", [-1, "1"])]:
+        for value in values:
+            with pytest.raises(tessarel.BadValue, match=f"^{name} wants "):
+                setattr(item, name, value)
+            assert getattr(item, name) is None
+    for wrong in [lambda: graph.new_vertex(2**31), lambda: graph.new_vertex(vertex.id), lambda: graph.new_vertex(True),
+                  lambda: graph.new_edge(vertex, vertex), lambda: graph.new_edge(vertex, vertex.id),
+                  lambda: graph.new_vertex_style(name="town"), lambda: graph.new_vertex_style(id=0),
+                  lambda: graph.new_vertex(style=graph.default_edge_style), lambda: setattr(vertex, "style", 0)]:
+        with pytest.raises(tessarel.BadValue):
+            wrong()
+    with pytest.raises(AttributeError):
+        vertex.sise = 3
+    with pytest.raises(TypeError, match="sise"):
+        graph.new_vertex(sise=3)
+    assert len(graph.vertices) == 2 and len(graph.edges) == 1
+
+
+def test_a_style_reaches_what_is_below_it_and_the_newest_value_wins(graph, display, unrefused):
+    town = graph.new_vertex_style(color=web(RED), shape="sphere", name="town")
+    vertex = graph.new_vertex(style=town.new_style(size=3, name="large town"))
+    seen(display, RED)
+    graph.vertex_styles["town"].color = web(GREEN)
+    seen(display, GREEN)
+    vertex.color = (0, 0, 1)
+    seen(display, BLUE)
+    vertex.style = town
+    assert vertex.color is None and vertex.style is town
+    seen(display, GREEN)
+    graph.clear()
+    assert not graph.vertices and not graph.vertex_styles and vertex.gone
+    graph.new_vertex(size=3)
+    wait_until(lambda: display.picture().tinted((128, 168, 255)).count, "the default look")
+
+
+def test_removals_take_along_what_the_server_takes_along(graph, program):
+    one, two, three = (graph.new_vertex() for _ in range(3))
+    road, track, path = graph.new_edge(one, two), graph.new_edge(two, three), graph.new_edge(one, three)
+    path.remove()
+    two.remove()
+    assert set(graph.vertices) == exists(program, "vertex", [v.id for v in (one, two, three)]) == {one.id, three.id}
+    assert set(graph.edges) == exists(program, "edge", [e.id for e in (road, track, path)]) == set()
+    assert one.edges == three.edges == () and GONE not in repr(one)
+    for call in [road.remove, two.remove, lambda: setattr(track, "width", 2), lambda: graph.new_edge(one, two)]:
+        with pytest.raises(tessarel.CallFailed, match=GONE):
+            call()
+
+
+# --- Batches
+
+def test_a_batch_keeps_the_order_of_its_calls_over_many_packs(graph, program, display, unrefused):
+    vertex = graph.new_vertex(size=3, shape="sphere")
+    with graph.batch():
+        for number in range(3000):
+            other = graph.new_vertex(5, label=f"{number}")
+            road = graph.new_edge(vertex, other, 6)
+            vertex.color = web(GREEN) if number == 2999 else (number % 255 / 255, 0, 0)
+            if number == 1500:
+                graph.flush()
+                assert exists(program, "edge", [6]) == {6}
+            if number % 300:
+                (other if number % 2 else road).remove()
+            if number % 2 == 0 or not number % 300:
+                other.remove()
+        last = graph.new_vertex(5, visible=False)
+    assert exists(program, "vertex", [5, vertex.id]) == {5, vertex.id} == set(graph.vertices) and not last.gone
+    seen(display, GREEN)
+
+
+def test_a_call_refused_in_a_batch_is_named_and_the_others_are_carried_out(graph, program):
+    program.client.new_vertex_w_id(9)
+    road = graph.new_edge(graph.new_vertex(), graph.new_vertex())
+    program.client.remove_edge(road.id)
+    with pytest.raises(tessarel.CallFailed) as caught:
+        with graph.batch():
+            before = graph.new_vertex()
+            taken = graph.new_vertex(9)
+            road.width = 3
+            after = graph.new_vertex()
+            for _ in range(1000):
+                after.size = 2
+    first, (second,) = caught.value, caught.value.further
+    assert (first.call, first.arguments) == ("new_vertex_w_id", (9,)) and "id 9 is taken" in first.reason
+    assert (second.call, second.arguments) == ("set_edge_attribute", (road.id, "width", "3.0"))
+    assert f"edge {road.id} {GONE}" in second.reason and "1 more" in str(first)
+    assert exists(program, "vertex", [before.id, after.id]) == {before.id, after.id} and taken.gone
+    assert 9 not in graph.vertices
+
+
+def test_an_exception_in_a_batch_leaves_the_window_with_what_the_objects_say(graph, program):
+    with pytest.raises(KeyError):
+        with graph.batch():
+            with graph.batch():
+                vertices = [graph.new_vertex() for _ in range(20)]
+            raise KeyError
+    assert exists(program, "vertex", [v.id for v in vertices]) == set(graph.vertices) and len(graph.vertices) == 20
+
+
+# --- Connections
+
+@pytest.mark.parametrize("batched", [False, True])
+def test_calls_whose_answer_is_lost_are_made_once(graph, program, wire, batched):
+    with tessarel.connect(port=wire.port) as client:
+        def together(*calls):
+            wire.cut = True
+            made = wire.requests
+            if batched:
+                with client.batch():
+                    results = [call() for call in calls]
+            else:
+                results = [call() for call in calls]
+            assert not wire.cut and wire.requests > made + (1 if batched else len(calls))
+            return results
+        one, two = together(client.new_vertex, lambda: client.new_vertex(label="two"))
+        road, style = together(lambda: client.new_edge(one, two, arrow=True), lambda: client.new_edge_style(color=3))
+        together(lambda: setattr(road, "style", style), lambda: setattr(one, "color", "#FF0000"))
+        three, _, _ = together(client.new_vertex, road.remove, two.remove)
+        assert exists(program, "vertex", [one.id, two.id, three.id]) == set(client.vertices) == {one.id, three.id}
+        together(lambda: setattr(three, "size", 3), client.clear)
+        assert exists(program, "vertex", [one.id, three.id]) == set()
+
+
+def test_a_mistake_is_told_even_after_a_lost_connection(graph, program, wire):
+    with tessarel.connect(port=wire.port) as client:
+        vertex = client.new_vertex()
+        program.client.clear()
+        wire.cut = True
+        with pytest.raises(tessarel.CallFailed, match=GONE):
+            vertex.color = 3
+        assert not wire.cut
+
+
+def test_a_connection_that_was_closed_while_it_was_silent_is_no_loss(graph, program, wire):
+    """Else a call refused for good would count as one that was carried out before."""
+    with tessarel.connect(port=wire.port) as client:
+        program.client.new_vertex_w_id(12)
+        wire.hang_up()
+        time.sleep(0.1)
+        with pytest.raises(tessarel.CallFailed, match="id 12 is taken"):
+            client.new_vertex(12)
+        assert exists(program, "vertex", [client.new_vertex().id])
+        wire.stop()
+        with pytest.raises(tessarel.LostConnection, match=f"127.0.0.1:{wire.port}"):
+            client.new_vertex()
+
+
+def answering(answer):
+    """A server on a free port that says the same to whatever comes; returns the port."""
+    listener = socket.create_server(("127.0.0.1", 0))
+
+    def serve():
+        while True:
+            connection, _ = listener.accept()
+            connection.recv(1 << 16)
+            if answer is not None:
+                connection.sendall(answer)
+                connection.close()
+            kept.append(connection)
+    kept = [listener]
+    threading.Thread(target=serve, daemon=True).start()
+    return listener.getsockname()[1]
+
+
+def test_where_no_server_is_the_error_says_what_to_do():
+    with socket.create_server(("127.0.0.1", 0)) as free:
+        unused = free.getsockname()[1]
+    ok = b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n%b"
+    for port in [unused, *map(answering, [None, b"", b"220 mail\r\n\r\n", b"HTTP/1.1 404 no\r\nContent-Length: 0\r\n\r\n",
+                                          b"HTTP/1.1 200 OK\r\n\r\n", b"HTTP/1.1 200 OK\r\nContent-Length: 9999999999\r\n\r\n",
+                                          ok % (5, b"hello"), ok % (49, b"<methodResponse><fault></fault></methodResponse>\n")])]:
+        start = time.monotonic()
+        with pytest.raises(tessarel.NoServer, match=f"^no Tessarel server at 127.0.0.1:{port}; start one with "):
+            tessarel.connect(port=port, timeout=0.5)
+        assert time.monotonic() - start < 5 * SLOWNESS
+    with pytest.raises(tessarel.NoServer, match="nowhere.invalid:20738"):
+        tessarel.connect("nowhere.invalid")
+
+
+def test_a_server_that_hangs_is_given_up_after_the_time_out_and_found_again(graph, program):
+    program.process.send_signal(signal.SIGSTOP)
+    try:
+        graph.timeout = 0.5
+        start = time.monotonic()
+        with pytest.raises(tessarel.TimedOut, match="within 0.5 s"):
+            graph.new_vertex()
+        with pytest.raises(tessarel.TimedOut):
+            with graph.batch():
+                for _ in range(2000):
+                    graph.new_vertex()
+        assert 1 <= time.monotonic() - start < 5 * SLOWNESS
+        program.process.send_signal(signal.SIGCONT)
+        graph.timeout = 30 * SLOWNESS
+        graph.clear()
+        graph.new_vertex()
+    finally:
+        program.process.send_signal(signal.SIGCONT)
+
+
+# --- Threads
+
+def test_threads_share_a_client_and_each_keeps_its_order(graph, program, unrefused):
+    errors = []
+
+    def work(number):
+        try:
+            mine = []
+            for turn in range(6):
+                if turn % 2:
+                    with graph.batch():
+                        mine += change(number)
+                else:
+                    mine += change(number)
+            with graph.batch():
+                for vertex in mine[::2]:
+                    vertex.remove()
+        except Exception as error:
+            errors.append(error)
+
+    def change(number):
+        vertices = [graph.new_vertex(label=f"{number}") for _ in range(10)]
+        edges = [graph.new_edge(a, b) for a, b in zip(vertices, vertices[1:])]
+        for edge in edges[::3]:
+            edge.width = 2
+            edge.remove()
+        return vertices
+    threads = [threading.Thread(target=work, args=(number,)) for number in range(8)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join(60 * SLOWNESS)
+    assert errors == [] and not any(thread.is_alive() for thread in threads)
+    assert len(graph.vertices) == 8 * 60 / 2
+    assert exists(program, "vertex", graph.vertices) == set(graph.vertices)
+    assert exists(program, "edge", graph.edges) == set(graph.edges)
+
+
+# --- Double clicks
+
+def test_double_clicks_reach_their_handlers_until_the_client_ends(graph, display, program, caplog):
+    style = graph.new_vertex_style()
+    vertex = graph.new_vertex(size=4, shape="sphere", color=web(GREEN), style=style)
+    calls, answer = [], threading.Event()
+
+    @style.on_double_click
+    def by_style(clicked):
+        calls.append(("style", clicked))
+
+    def click(count):
+        """The window may take the first click for the second of a pair before: one at a time, again until it is told."""
+        spot = seen(display, GREEN)
+        wait_until(lambda: len(calls) >= count or display.double_click(*spot), "the handler", 20, 1.0)
+    click(1)
+
+    @vertex.on_double_click
+    def fails(clicked):
+        calls.append(("fails", clicked))
+        raise SystemExit("told to")
+    click(2)
+
+    @vertex.on_double_click
+    def uses_the_graph(clicked):
+        calls.append(("uses", clicked))
+        with graph.batch():
+            clicked.color = web(RED)
+            graph.new_vertex(77, visible=False)
+        answer.set()
+    vertex.style = graph.default_vertex_style       # takes everything else of its own away
+    vertex.set(size=4, shape="sphere", color=web(GREEN))
+    click(3)
+    assert answer.wait(10 * SLOWNESS) and 77 in graph.vertices
+    seen(display, RED)
+    assert [name for name, _ in calls[:3]] == ["style", "fails", "uses"] and {v for _, v in calls} == {vertex}
+    assert "told to" in caplog.text and str(vertex.id) in caplog.text
+    graph.close()
+    assert not [thread for thread in threading.enumerate() if thread.name.startswith("tessarel")]
+    told = len(calls)
+    display.double_click(*MIDDLE)
+    assert stays(lambda: len(calls) == told, 1)
+    with pytest.raises(tessarel.Error, match="closed"):
+        graph.new_vertex()
