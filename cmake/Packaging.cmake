@@ -43,7 +43,7 @@ foreach(component server python)
   endif()
   install(FILES ${packed}/changelog.gz ${packed}/changelog.Debian.gz ${packaging}/debian/copyright
     DESTINATION share/doc/${package} COMPONENT ${component} EXCLUDE_FROM_ALL)
-  install(FILES ${packaging}/debian/lintian-overrides RENAME ${package} DESTINATION share/lintian/overrides
+  install(FILES ${packaging}/debian/lintian/${package} DESTINATION share/lintian/overrides
     COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
 install(FILES ${packed}/tessarel-load.1.gz DESTINATION share/man/man1 COMPONENT python EXCLUDE_FROM_ALL)
