@@ -13,6 +13,7 @@ __all__ = ["Looks", "Scale", "color_of", "text_of"]
 Look = dict[str, Any]
 #: An attribute's name, a value a vertex or edge, or a function of a vertex or edge that finds it.
 Source = Union[str, Mapping[Any, Any], Callable[[Any], Any]]
+Find = Callable[[Any, Mapping[Any, Any]], Any]      # a vertex or an edge's ends, and what it carries: the value
 
 LONGEST_LABEL = 4096
 SMALLEST, LARGEST = 0.5, 3.0            # sizes
@@ -35,6 +36,9 @@ COLORS = {
     "indigo": "#4B0082", "purple": "#800080", "violet": "#EE82EE", "orchid": "#DA70D6", "magenta": "#FF00FF",
     "fuchsia": "#FF00FF", "pink": "#FFC0CB", "hotpink": "#FF69B4", "lavender": "#E6E6FA", "plum": "#DDA0DD",
 }
+# What is told apart at a glance on black. Further kinds have the server's palette, some of whose colours are dark.
+KINDS = ["#4C9BE8", "#F2913D", "#5BBF5B", "#E05C5C", "#B08CF0", "#E8D44D", "#56CFCF", "#F29AC8", "#B98A5E", "#A8D08D", "#D0D0D0",
+         "#8C7AE6"]
 # From few to many: dark blue over green to yellow, whose brightness tells the order too.
 RAMP = [(0.28, 0.30, 0.65), (0.18, 0.50, 0.70), (0.15, 0.70, 0.55), (0.55, 0.82, 0.30), (0.99, 0.90, 0.20)]
 
@@ -102,8 +106,8 @@ class Scale:
         if self.numeric:
             position = self.between(value, 0.0, len(RAMP) - 1.0)
             return None if position is None else _on_ramp(position)
-        # Neighbours in the palette differ, but the first of it are the server's own white and grey.
-        return 3 + 4 * self.kinds[str(value)] if str(value) in self.kinds else None
+        kind = self.kinds.get(str(value))
+        return None if kind is None else KINDS[kind] if kind < len(KINDS) else kind     # an index into the server's palette
 
     def between(self, value: Any, least: float, most: float) -> float | None:
         """The number's place between least and most; None if it is no number."""
@@ -146,59 +150,59 @@ def _whole(value: object) -> int | None:
     return int(number) if number is not None and number == int(number) else None
 
 
+def _finder(G: Any, source: Source, items: list[tuple[Any, Mapping[Any, Any]]], of_vertices: bool) -> Find:
+    """How a source's value for an item is found. BadValue if it names what no item has."""
+    if isinstance(source, Mapping):
+        values = source
+        return lambda item, data: values.get(item)
+    if not isinstance(source, str):
+        function = source
+        return lambda item, data: function(item)
+    name = source
+    if of_vertices and name in ("degree", "id") and not any(name in data for _, data in items):
+        return (lambda item, data: G.degree(item)) if name == "degree" else (lambda item, data: item)
+    if items and not any(name in data for _, data in items):
+        there = sorted({str(key) for _, data in items for key in data}) + ["degree", "id"] * of_vertices
+        raise BadValue(f"no {'vertex' if of_vertices else 'edge'} has an attribute {name!r}; "
+                       f"there are {', '.join(there) or 'none'}")
+    return lambda item, data: data.get(name)
+
+
 class Looks:
     """What a vertex or an edge of a graph shall look like.
 
     Whatever has one of the server's names and a fitting value is shown as it is. Each option names an attribute, or is a
     mapping or a function that finds a value for a vertex (for an edge: for the pair of its ends), and goes before that.
     Colours become colours, numbers a place on a scale of colours or in a range of sizes, widths or strengths, words one
-    colour each. "degree" is the number of a vertex's edges where no vertex has an attribute of that name.
+    colour each. Where no vertex has attributes called "degree" and "id", the number of its edges and its name are meant.
     """
 
     VERTEX_OPTIONS = ("color", "size", "label")
     EDGE_OPTIONS = ("edge_color", "edge_label", "width", "strength")
 
-    def __init__(self, G: Any = None, **options: Source | None) -> None:
-        """BadValue if an option names an attribute that nothing in G has."""
+    def __init__(self, G: Any = None, names: bool | None = None, **options: Source | None) -> None:
+        """names: whether vertices without a label of their own show their names; if that is left open, they do unless they
+        are many. BadValue if an option names an attribute that nothing in G has."""
         known = self.VERTEX_OPTIONS + self.EDGE_OPTIONS
         for option in options:
             if option not in known:
                 raise TypeError(f"{option!r} is no option; there are {', '.join(known)}")
-        # Nobody's label was asked for: names are shown as long as they can be read.
-        self.names_shown = "label" not in options and (G is None or G.number_of_nodes() <= MANY)
+        self._names = names if names is not None else "label" not in options and (G is None or G.number_of_nodes() <= MANY)
         self._without_label = "label" in options and options["label"] is None
-        self._find: dict[str, Callable[[Any, Mapping[Any, Any]], Any]] = {}
+        self._find: dict[str, Find] = {}
         self._scales: dict[str, Scale] = {}
         for option, source in options.items():
             if source is not None:
                 self._find[option], self._scales[option] = self._reading(G, option, source)
 
-    def _reading(self, G: Any, option: str, source: Source) -> tuple[Callable[[Any, Mapping[Any, Any]], Any], Scale]:
-        vertices = option in self.VERTEX_OPTIONS
-        items = list(G.nodes(data=True)) if vertices else [((u, v), data) for u, v, data in G.edges(data=True)]
-        if isinstance(source, Mapping):
-            values: Mapping[Any, Any] = source
-            find = lambda item, data: values.get(item)                      # noqa: E731
-        elif callable(source):
-            function = source
-            find = lambda item, data: function(item)                        # noqa: E731
-        else:
-            name = source
-            if any(name in data for _, data in items):
-                find = lambda item, data: data.get(name)                    # noqa: E731
-            elif name == "degree" and vertices:
-                find = lambda item, data: G.degree(item)                    # noqa: E731
-            elif items:
-                there = sorted({str(key) for _, data in items for key in data})
-                raise BadValue(f"no {'vertex' if vertices else 'edge'} has an attribute {name!r}; there are "
-                               f"{', '.join(there) or 'none'}{' and degree' if vertices else ''}")
-            else:
-                find = lambda item, data: data.get(name)                    # noqa: E731
+    def _reading(self, G: Any, option: str, source: Source) -> tuple[Find, Scale]:
+        of_vertices = option in self.VERTEX_OPTIONS
+        items = list(G.nodes(data=True)) if of_vertices else [((u, v), data) for u, v, data in G.edges(data=True)]
+        find = _finder(G, source, items, of_vertices)
         scale = Scale(find(item, data) for item, data in items)
-        if option in ("size", "width", "strength") and items and not scale.numeric:
-            worst = next((item for item, data in items if (v := find(item, data)) is not None and _number(v) is None), None)
-            raise BadValue(f"{option}: not all of {source!r} are numbers" if worst is None else
-                           f"{option}: the {source!r} of {worst!r} is no number")
+        if option in ("size", "width", "strength") and not scale.numeric and scale.kinds:
+            worst = next(item for item, data in items if (v := find(item, data)) not in (None, "") and _number(v) is None)
+            raise BadValue(f"{option}: the {source!r} of {worst!r} is no number")
         return find, scale
 
     def vertex(self, node: Hashable, data: Mapping[Any, Any]) -> Look:
@@ -209,7 +213,7 @@ class Looks:
             look.pop("label", None)
         elif "label" in self._find:
             self._add(look, "label", self._text("label", node, data))
-        elif "label" not in look and self.names_shown:
+        elif "label" not in look and self._names:
             look["label"] = text_of(next((data[key] for key in LABELS if data.get(key) is not None), node))
         return look
 
