@@ -60,14 +60,14 @@ class Wire:
                 self.requests += data.startswith(b"POST")
                 if back and self.cut:
                     self.cut = False
-                    return self.hang_up()
+                    return self.hang_up([source, sink])
                 sink.sendall(data)
         except OSError:
             pass
 
-    def hang_up(self):
+    def hang_up(self, ends=None):
         """Ends all connections, as the server does with those that are silent for long."""
-        for end in self.ends:
+        for end in self.ends[:] if ends is None else ends:
             with contextlib.suppress(OSError):
                 end.shutdown(socket.SHUT_RDWR)
 
@@ -90,7 +90,8 @@ def wire(graph):
 def samples(attribute):
     """Values that the attribute takes, the ends of its range among them."""
     candidates = [True, False, 0, 0.0, 1e-9, 1, 0.5, 5, 1e30, 2**31 - 1, -3, "#80FF00", (0, 0.25, 1.0), "", "a & <b> \t\r\n\"'é",
-                  "é" * 2048, *tessarel.attributes.SHAPES, "SPHERE", *tessarel.attributes.STROKES]
+                  "é" * 2048, *tessarel.attributes.SHAPES, "SPHERE", *tessarel.attributes.STROKES,
+                  "http://127.0.0.1:9/RPC2/clicked"]
     return [value for value in candidates if accepted(attribute, value)]
 
 
@@ -107,7 +108,7 @@ def accepted(attribute, value):
                                         (lambda g: g.new_edge_style(), "Edge")])
 def test_the_server_has_the_same_attributes_and_takes_what_the_client_takes(graph, unrefused, make, kind):
     table = (ROOT / f"src/server/{kind}AttributeTable.def").read_text(encoding="ascii")
-    keys = set(re.findall(r"^ATTRIBUTE\((\w+)", table, re.M)) - {"callback_left_doubleclick"}
+    keys = set(re.findall(r"^ATTRIBUTE\((\w+)", table, re.M))
     item = make(graph)
     assert set(item.attributes) == keys
     assert set(getattr(tessarel.attributes, f"{kind}Keywords").__annotations__) == keys
@@ -128,8 +129,8 @@ def test_what_the_server_would_misread_is_refused_before_it_is_sent(graph):
             (vertex, "size", [0, -1, nan, inf, True, "2", None]), (style, "charge", [0, nan]), (vertex, "visible", [1, "true"]),
             (vertex, "shapedetail", [0, 2.0, 2**31]), (vertex, "label", [7, None, "\0", "\ud800", "é" * 2049]),
             (vertex, "color", ["red", "#12345", "#12345G", "3", 2.5, True, (0, 0), (0, 0, 1.1), 2**31]),
-            (style, "shape", ["ball", 3]), (edge, "stroke", ["SOLID", ""]), (edge, "width", [-1]),
-            (edge, "arrow_position", [-0.1, 1.1]), (edge, "strength", [-1, "1"])]:
+            (vertex, "callback_left_doubleclick", ["https://a/b", "http://a", "http://a:9/", None]),
+            (style, "shape", ["ball", 3]), (edge, "stroke", ["SOLID", ""]), (edge, "width", [-1]), (edge, "arrow_position", [-0.1, 1.1]), (edge, "strength", [-1, "1"])]:
         for value in values:
             with pytest.raises(tessarel.BadValue, match=f"^{name} wants "):
                 setattr(item, name, value)
@@ -309,6 +310,8 @@ def test_where_no_server_is_the_error_says_what_to_do():
 
 def test_a_server_that_hangs_is_given_up_after_the_time_out_and_found_again(graph, program):
     program.process.send_signal(signal.SIGSTOP)
+    threads = pathlib.Path(f"/proc/{program.process.pid}/task")
+    wait_until(lambda: all(re.search(r"\) T ", file.read_text()) for file in threads.glob("*/stat")), "all threads to stop")
     try:
         graph.timeout = 0.5
         start = time.monotonic()

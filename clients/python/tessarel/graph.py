@@ -22,6 +22,7 @@ AnyItem = TypeVar("AnyItem", bound="Item")
 
 # The server's own ids begin at 2^30, and those of people are small: what this package chooses lies between.
 FIRST_CHOSEN, FIRST_OF_SERVER = 1 << 20, 1 << 30
+CALLBACK = "callback_left_doubleclick"
 ID_MIN, ID_MAX = -2**31, 2**31 - 1
 
 
@@ -66,6 +67,8 @@ class Item:
         written = self._written(attributes)
         self._graph._do(self._settings(written))
         self._remember(attributes)
+        if CALLBACK in attributes:
+            self._graph._unlisten(self)
 
     def _remember(self, attributes: Mapping[str, Any]) -> None:
         if attributes:
@@ -206,7 +209,7 @@ class Vertex(VertexItem):
         if (url := self._graph._url_for(self)) is not None:
             calls += self._settings([(CALLBACK, url)])
         self._graph._do(calls)
-        self._style, self._values = style, None
+        self._style, self._values = style, {CALLBACK: url} if url else None
 
     def remove(self) -> None:
         """Removes the vertex, and every edge at it."""
@@ -247,9 +250,6 @@ class Edge(EdgeItem):
     def remove(self) -> None:
         """Removes the edge."""
         self._graph._remove(self)
-
-
-CALLBACK = "callback_left_doubleclick"
 
 
 class Graph:
@@ -474,8 +474,7 @@ class Graph:
                 return
             item._gone = reason
             self._made[item.kind].pop(item.id, None)
-            if self._listener is not None:
-                self._listener.forget(item)
+            self._unlisten(item)
             if isinstance(item, Vertex):
                 for edge in item.edges:
                     self._forget(edge, f"it went with vertex {item.id}: {reason}")
@@ -555,6 +554,12 @@ class Graph:
                 self._listener = Listener(self._link.own_address, self._clicked)
             url = self._listener.add(item, handler)
         self._do(item._settings([(CALLBACK, url)]))
+        item._remember({CALLBACK: url})
+
+    def _unlisten(self, item: Item) -> None:
+        with self._lock:
+            if self._listener is not None:
+                self._listener.forget(item)
 
     def _url_for(self, item: Item) -> str | None:
         return self._listener.url_for(item) if self._listener is not None else None

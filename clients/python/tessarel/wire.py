@@ -29,8 +29,7 @@ class Refusal(Exception):
 def _value(argument: int | str) -> str:
     if isinstance(argument, int):
         return f"<value><i4>{argument}</i4></value>"
-    # A bare carriage return would arrive as a line feed.
-    return f"<value><string>{escape(argument, {chr(13): '&#13;'})}</string></value>"
+    return f"<value><string>{escape(argument)}</string></value>"
 
 
 def written(call: Call) -> str:
