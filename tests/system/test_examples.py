@@ -1,33 +1,40 @@
 """Each example, as a newcomer runs it, in a real window."""
 import collections
+import os
 import pathlib
 import re
 import signal
+import socket
 import subprocess
 import sys
 
 import pytest
+from PIL import ImageDraw
 
+from support.looking import web
 from support.waiting import SLOWNESS, wait_until
 
 EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
+NODE = pathlib.Path(os.environ.get("TESSAREL_TEST_NODE", EXAMPLES / "clients"))     # where npm has put its packages
 
 
 class Example:
-    def __init__(self, name, *arguments):
-        self.process = subprocess.Popen([sys.executable, EXAMPLES / name, *map(str, arguments)], stdout=subprocess.PIPE,
-                                        stderr=subprocess.PIPE, text=True)
+    def __init__(self, *command, **environment):
+        self.process = subprocess.Popen([*map(str, command)], stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True,
+                                        env={**os.environ, **environment}, cwd=EXAMPLES / "clients",
+                                        # Ctrl-C is not heard by what begins in the background of a shell.
+                                        preexec_fn=lambda: signal.signal(signal.SIGINT, signal.SIG_DFL))
 
-    def end(self, status=0):
+    def end(self, status=0, complaint=""):
         """Waits for it to end by itself; returns what it printed."""
         output, errors = self.process.communicate(timeout=60 * SLOWNESS)
-        assert (self.process.returncode, errors) == (status, "")
+        assert (self.process.returncode, errors) == (status, complaint)
         return output
 
     def interrupt(self):
         """Ctrl-C."""
         self.process.send_signal(signal.SIGINT)
-        return self.end(-signal.SIGINT)
+        return self.end()
 
 
 def colours(picture):
@@ -36,13 +43,24 @@ def colours(picture):
     return sum(count >= 15 for count in collections.Counter(hue * 12 // 256 for hue in hues).values())
 
 
+def blobs(spots, least=60):
+    """The number of separate patches of at least so many pixels."""
+    image, found = spots.mask.copy(), 0
+    while box := image.getbbox():
+        before = image.histogram()[0]
+        top_row = image.crop((0, box[1], image.width, box[1] + 1))
+        ImageDraw.floodfill(image, (top_row.getbbox()[0], box[1]), 0)
+        found += image.histogram()[0] - before >= least
+    return found
+
+
 @pytest.fixture
 def run(program, graph):
     """Starts an example; in the end none is left running, and none has been refused a call."""
     mark, started = len(program.errors), []
 
-    def start(name, *arguments):
-        started.append(Example(name, *arguments))
+    def start(name, *arguments, **environment):
+        started.append(Example(*([sys.executable, EXAMPLES / name] if name.endswith(".py") else [name]), *arguments, **environment))
         return started[-1]
     yield start
     for example in started:
@@ -54,6 +72,16 @@ def run(program, graph):
 
 def exists(graph, vertex):
     return graph.set_vertex_attribute(vertex, "fontsize", "12") == 0
+
+
+def click_away(display, colour, seconds=30):
+    """Double-clicks what has the colour until nothing has: the graph may move away under the pointer."""
+    def gone():
+        spots = display.picture().tinted(colour)
+        if spots.count > 0:
+            display.double_click(*map(int, spots.centre))
+        return spots.count == 0
+    wait_until(gone, f"{colour} to be gone after a double click", seconds, 2)
 
 
 def test_the_package_graph_grows_to_all_that_is_installed(display, graph, run):
@@ -85,6 +113,75 @@ def test_the_process_tree_shows_load_birth_and_death(display, graph, run):
     example.interrupt()
 
 
+def test_the_file_tree_follows_what_happens_on_the_disk(display, graph, run, tmp_path):
+    (tmp_path / "folder").mkdir()
+    (tmp_path / "folder" / "one.txt").write_text("one")
+    example = run("file_tree.py", tmp_path)
+    wait_until(lambda: colours(display.picture()) == 1, "a file")
+    (tmp_path / "new").mkdir()
+    (tmp_path / "new" / "two.c").write_text("two")
+    wait_until(lambda: colours(display.picture()) == 2, "one of another kind")
+    (tmp_path / "new").rename(tmp_path.with_name("away"))
+    wait_until(lambda: colours(display.picture()) == 1, "it to be gone")
+    example.interrupt()
+
+
+def test_the_history_of_a_repository_is_played_with_its_deletions(display, graph, run, tmp_path):
+    def commit(author, *words):
+        identity = {f"GIT_{role}_{what}": value for role in ("AUTHOR", "COMMITTER")
+                    for what, value in (("NAME", author), ("EMAIL", "nobody@example.org"))}
+        for command in (["add", "-A"], ["commit", "-q", "-m", " ".join(words)]):
+            subprocess.run(["git", "-C", tmp_path, *command], check=True, env={**os.environ, **identity})
+    assert "no history of git" in run("git_history.py", tmp_path).process.communicate()[1]
+    subprocess.run(["git", "init", "-q", tmp_path], check=True)
+    (tmp_path / "grüße.py").write_text("hello")
+    commit("Ann", "a first file")
+    (tmp_path / "deep" / "deeper").mkdir(parents=True)
+    (tmp_path / "deep" / "deeper" / "one.c").write_text("one")
+    commit("Bob", "a second, in a folder")
+    (tmp_path / "deep" / "deeper" / "one.c").unlink()
+    commit("Ann", "away with it")
+    example = run("git_history.py", tmp_path, "--seconds", 6 * SLOWNESS)
+    orange, python, other = (255, 144, 32), (102, 209, 255), (255, 255, 102)
+    for colour, what in [(orange, "an author"), (python, "a file"), (other, "a file of another kind")]:
+        wait_until(lambda: display.picture().tinted(colour, 5).count > 30, what)
+    wait_until(lambda: display.picture().tinted(other, 5).count == 0, "it to be gone")
+    assert display.picture().tinted(python, 5).count > 30
+    example.end()
+
+
+def test_the_sockets_show_ports_with_who_listens_and_who_calls(display, graph, run):
+    def rings():
+        return blobs(display.picture().tinted((64, 224, 160), 6))
+    example = run("open_sockets.py")
+    wait_until(lambda: rings() == 1, "the server's own port", 20)
+    with socket.create_server(("::1", 0), family=socket.AF_INET6) as listener:
+        wait_until(lambda: rings() == 2, "a port of ours", 20)
+        with socket.create_connection(listener.getsockname()[:2]):
+            wait_until(lambda: display.picture().tinted((72, 144, 255)).count > 200, "processes")
+    wait_until(lambda: rings() == 1, "our port to be gone", 20)
+    example.interrupt()
+
+
+def test_a_double_click_on_a_module_lights_up_what_it_needs(display, graph, run, tmp_path):
+    (tmp_path / "town").mkdir()
+    for name, text in [("__init__", "from .hall import door"), ("hall", "import town.square"), ("square", "import town.well"),
+                       ("well", "import os")]:
+        (tmp_path / "town" / f"{name}.py").write_text(text)
+    example = run("python_imports.py", "town", PYTHONPATH=str(tmp_path))
+    wait_until(lambda: display.picture().tinted((203, 112, 111)).count > 300, "modules that others import, in red")
+    assert display.picture().tinted((255, 224, 96), 6).count == 0
+
+    def lights_up():
+        display.double_click(*map(int, display.picture().tinted((77, 166, 255), 6).centre))
+        return display.picture().tinted((255, 224, 96), 6).count > 60
+    graph.set_vertex_style_attribute(0, "fontcolor", "#000000")
+    graph.set_edge_style_attribute(0, "color", "#404040")
+    wait_until(lambda: display.picture().tinted((77, 166, 255), 6).count > 100, "the one that none imports, in blue")
+    wait_until(lights_up, "the imports below it in yellow", 60, 2)
+    example.interrupt()
+
+
 def test_a_double_click_in_the_include_graph_lights_up_what_depends_on_a_file(display, graph, run, tmp_path):
     for name, text in [("a.h", ""), ("b.h", '#include "a.h"'), ("c.cpp", '#include "b.h"'), ("d.cpp", "#include <a.h>")]:
         (tmp_path / name).write_text(text)
@@ -96,20 +193,14 @@ def test_a_double_click_in_the_include_graph_lights_up_what_depends_on_a_file(di
     graph.set_vertex_attribute(1, "fontcolor", "#000000")
     graph.set_vertex_attribute(1, "color", "#00FF00")
     wait_until(lambda: display.picture().tinted((0, 255, 0)).count > 200, "the file in green")
-
-    def lights_up():                            # the graph may move away under the pointer: then once more
-        green = display.picture().tinted((0, 255, 0))
-        if green.count > 0:
-            display.double_click(*map(int, green.centre))
-        return green.count == 0
-    wait_until(lights_up, "the file lit up", 30, 2)
+    click_away(display, (0, 255, 0))
     assert re.fullmatch(r"(.*a\.h: 2 more files are compiled anew when it changes\n)+", example.interrupt())
 
 
 def test_the_include_graph_of_this_project(display, graph, run):
-    example = run("include_graph.py", "--seconds", 3 * SLOWNESS)
+    example = run("include_graph.py")
     wait_until(lambda: display.picture().lit().count > 3000 and colours(display.picture()) >= 3, "colours", 20)
-    example.end()
+    example.interrupt()
 
 
 def test_the_search_draws_itself_on_the_maze(display, graph, run):
@@ -119,3 +210,41 @@ def test_the_search_draws_itself_on_the_maze(display, graph, run):
     early = display.picture().tinted(done).count
     wait_until(lambda: not early / 1.5 < display.picture().tinted(done).count < 1.5 * early, "the search to go on", 30)
     example.interrupt()
+
+
+@pytest.mark.parametrize("name", ["ring.cpp", "ring.js", "ring.rb", "ring.sh"])
+def test_a_client_in_another_language_draws_the_ring(display, graph, run, tmp_path, name):
+    if name == "ring.js" and not (NODE / "node_modules" / "xmlrpc").exists():
+        if (NODE / "unreachable").exists():
+            pytest.skip("npm cannot reach a registry, so there is no XML-RPC for JavaScript")
+        pytest.fail(f"run npm install in {NODE} first")
+    head = (EXAMPLES / "clients" / name).read_text()
+    command = re.search(r"^(?://|#)     (.+) \[SECONDS\]$", head, re.M)[1]      # as its first lines tell
+    command = command.replace("/tmp/ring", str(tmp_path / "ring")).replace("npm install && ", "")
+    pause = 4 * SLOWNESS
+    example = run("/bin/sh", "-c", f"{command} {pause}", NODE_PATH=str(NODE / "node_modules"))
+
+    def shows(colour, other):
+        picture = display.picture()
+        return picture.tinted(colour, 6).count > 800 and picture.tinted(other, 6).count == 0 and picture
+    blue, orange = (48, 128, 255), (255, 128, 0)
+    wait_until(lambda: exists(graph, 12), "the ring", 30)
+    wait_until(lambda: shows(blue, orange), "it all blue", pause)
+    wait_until(lambda: shows(orange, blue), "it all orange", 2 * pause)
+    white = display.picture().exactly((255, 255, 255), 40)
+    assert white.count > 60, "labels"
+    assert exists(graph, 12)
+    example.end()
+    assert [exists(graph, hour) for hour in range(1, 13)] == 11 * [True] + [False]
+    assert [graph.set_edge_attribute(hour, "fontsize", "12") for hour in range(1, 13)] == 10 * [0] + 2 * [-1]
+
+    # What stays is told apart by changes of its styles: three hours have the one below, and the edges have arrows.
+    green, red = (0, 255, 0), (255, 0, 0)
+    graph.set_vertex_style_attribute(2, "color", web(green))
+    wait_until(lambda: shows(green, blue) and display.picture().tinted(orange, 6).count > 100, "the quarters in green")
+    graph.set_vertex_style_attribute(1, "shape", "none")
+    graph.set_vertex_style_attribute(2, "shape", "none")
+    graph.set_edge_style_attribute(0, "color", web(red))
+    arrows = wait_until(lambda: display.picture().tinted(red).count, "the edges in red")
+    graph.set_edge_style_attribute(0, "arrow", "false")
+    wait_until(lambda: 0 < display.picture().tinted(red).count < arrows / 1.5, "arrows to be gone")
