@@ -71,7 +71,6 @@ def alone():
         print("without a server:", problem)
     else:
         raise AssertionError("connected to nobody")
-    assert run("tessarel-load", "--help").returncode == 0
     pathlib.Path("/tmp/ring.graphml").write_text(GRAPHML, encoding="utf-8")
     done = run("tessarel-load", "/tmp/ring.graphml")
     assert done.returncode and "python3-networkx" in done.stderr and "Traceback" not in done.stderr, done
@@ -90,6 +89,7 @@ def whole():
             wait_until(lambda: screen.lit() > 500, "the picture")
             plain = xmlrpc.client.ServerProxy("http://127.0.0.1:20738/RPC2").tessarel
             assert plain.new_vertex_w_id(7) == plain.new_vertex_w_id(8) == -1, "the vertices are not on the server"
+        assert "--follow" in run("tessarel-load", "--help").stdout
         for name, text in FILES.items():
             plain.clear()
             wait_until(lambda: screen.lit() == 0, "an empty window")
