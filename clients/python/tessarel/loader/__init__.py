@@ -1,0 +1,19 @@
+"""tessarel-load: shows the graph in a file, or the changes on standard input."""
+from __future__ import annotations
+
+import sys
+from typing import Sequence
+
+__all__ = ["main"]
+
+
+def main(arguments: Sequence[str] | None = None) -> int:
+    """The program; returns its exit status."""
+    try:
+        from .command import run
+    except ModuleNotFoundError as error:
+        if error.name != "networkx":
+            raise
+        print("tessarel-load: needs networkx (Debian: python3-networkx; pip install networkx)", file=sys.stderr)
+        return 4
+    return run(arguments)

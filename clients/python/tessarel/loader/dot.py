@@ -15,12 +15,13 @@ ID = r'(?:[A-Za-z_\x80-\uffff][\w\x80-\uffff]*|-?(?:\.\d+|\d+(?:\.\d*)?)|"(?:[^"
 BLANK = re.compile(r"(?:\s|//[^\n]*|/\*.*?\*/|^[#][^\n]*)*", re.S | re.M)
 HEAD = re.compile(rf"(strict\s+)?(graph|digraph)\b\s*(?:{ID})?\s*\{{", re.I)
 PAIR = re.compile(rf"\s*({ID})\s*=\s*({ID})\s*[,;]?")
-STATEMENT = re.compile(rf"({ID}(?:\s*(?:--|->)\s*{ID})*)\s*(?:\[((?:\s*{ID}\s*=\s*{ID}\s*[,;]?)*)\s*\])?(?:\s*;|(?=\s*[\n}}]))", re.S)
+STATEMENT = re.compile(rf"({ID}(?:\s*(?:--|->)\s*{ID})*)\s*(?:\[((?:\s*{ID}\s*=\s*{ID}\s*[,;]?)*)\s*\])?"
+                       rf"(?:\s*;|(?=\s*[\n}}]))", re.S)
 ASSIGNMENT = re.compile(rf"{ID}\s*=\s*{ID}\s*;?")
 ENDS = re.compile(rf"({ID})|(--|->)")
 
-SHAPES = {"box": "cube", "rect": "cube", "rectangle": "cube", "square": "cube", "box3d": "cube", "ellipse": "sphere", "oval": "sphere",
-          "circle": "sphere", "doublecircle": "torus", "diamond": "octahedron", "triangle": "tetrahedron",
+SHAPES = {"box": "cube", "rect": "cube", "rectangle": "cube", "square": "cube", "box3d": "cube", "ellipse": "sphere",
+          "oval": "sphere", "circle": "sphere", "doublecircle": "torus", "diamond": "octahedron", "triangle": "tetrahedron",
           "hexagon": "dodecahedron", "octagon": "icosahedron", "plaintext": "none", "plain": "none", "point": "sphere"}
 
 
@@ -31,10 +32,10 @@ def dot(text: str) -> Any:
 
 def _bare(word: Any) -> str:
     """Without its quotes."""
-    word = str(word)
-    if len(word) >= 2 and word[0] == word[-1] == '"':
-        word = word[1:-1].replace('\\"', '"').replace("\\\n", "")
-    return word
+    text = str(word)
+    if len(text) >= 2 and text[0] == text[-1] == '"':
+        text = text[1:-1].replace('\\"', '"').replace("\\\n", "")
+    return text
 
 
 class _Scope:
@@ -161,7 +162,7 @@ def _by_pydot(text: str) -> Any:
 def _walk(graph: Mapping[str, Any], build: _Builder, scope: _Scope) -> list[str]:
     """Builds what stands in a graph or subgraph, in the order of the file; returns the names of its vertices."""
     names: list[str] = []
-    for kind, item in sorted(_statements(graph), key=lambda each: each[1]["sequence"]):
+    for kind, item in sorted(_statements(graph), key=lambda each: int(each[1]["sequence"])):
         attributes = {_bare(key): _bare(value) for key, value in item["attributes"].items() if value is not None}
         if kind == "node":
             name = _bare(item["name"])

@@ -88,16 +88,16 @@ def _examine(data: bytes) -> None:
                 raise BadLine(f"there is no node {each!r}", line)
 
 
-def _line_of_fault(data: bytes, read: Read) -> int | None:
-    """The line of the first record without which all before it can be read."""
-    root, lines = _tree(data)
-    low, high = 0, len(lines)                       # low records are fine, high ones are not
-    if not _fails(data, 0, read):
-        while high - low > 1:
-            middle = (low + high) // 2
-            low, high = (low, middle) if _fails(data, middle, read) else (middle, high)
-        return lines[high - 1] if lines else None
-    return root
+def _line_of_fault(data: bytes, read: Read) -> int:
+    """The line of the first record without which all before it can be read; of the root, if that is at fault."""
+    root, *records = _lines(data)
+    if not records or _fails(data, 0, read):
+        return root
+    fine, bad = 0, len(records)         # so many of them can be read, and so many cannot
+    while bad - fine > 1:
+        middle = (fine + bad) // 2
+        fine, bad = (fine, middle) if _fails(data, middle, read) else (middle, bad)
+    return records[bad - 1]
 
 
 def _fails(data: bytes, count: int, read: Read) -> bool:
@@ -109,12 +109,10 @@ def _fails(data: bytes, count: int, read: Read) -> bool:
         nonlocal seen
         kept = []
         for child in element:
-            if child.tag.rpartition("}")[2] in RECORDS:
-                seen += 1
-                if seen > count:
-                    continue
-            kept.append(child)
-            thin(child)
+            seen += _is_record(child.tag)
+            if not _is_record(child.tag) or seen <= count:
+                kept.append(child)
+                thin(child)
         element[:] = kept
     thin(root)
     try:
@@ -124,16 +122,18 @@ def _fails(data: bytes, count: int, read: Read) -> bool:
     return False
 
 
-def _tree(data: bytes) -> tuple[int, list[int]]:
-    """The line of the root and of each record."""
+def _is_record(tag: str) -> bool:
+    return tag.rpartition("}")[2] in RECORDS
+
+
+def _lines(data: bytes) -> list[int]:
+    """Of the root and of each record."""
     parser = expat.ParserCreate(namespace_separator="}")
-    all_lines: list[int] = []
     lines: list[int] = []
 
-    def begin(name: str, _: Any) -> None:
-        all_lines.append(parser.CurrentLineNumber)
-        if name.rpartition("}")[2] in RECORDS:
+    def begin(tag: str, _: Any) -> None:
+        if not lines or _is_record(tag):
             lines.append(parser.CurrentLineNumber)
     parser.StartElementHandler = begin
     parser.Parse(data, True)
-    return all_lines[0], lines
+    return lines

@@ -4,13 +4,12 @@ from __future__ import annotations
 import inspect
 import json
 import re
+import shlex
 from typing import Any
 
 import networkx as nx
 
 from .faults import BadLine, told
-
-LONGEST_NUMBER = 4000
 
 
 def gml(text: str) -> Any:
@@ -24,7 +23,9 @@ def _gml(text: str) -> Any:
     """Vertices have their labels as names if each has one and no two have the same."""
     lines = text.splitlines()
     try:
-        return nx.parse_gml(lines, label="label")
+        G = nx.parse_gml(lines, label="label")
+        nx.set_node_attributes(G, {name: name for name in G}, "label")
+        return G
     except nx.NetworkXError as error:
         if "label" not in str(error):
             raise
@@ -55,7 +56,8 @@ class _Pajek:
 
     def __init__(self, text: str) -> None:
         self.head: list[str] = []
-        self.parts: dict[str, list[tuple[int, str]]] = {}
+        self.parts: dict[str, list[str]] = {}
+        self.labels: dict[str, str] = {}
         names: set[str] = set()
         section, left = "", 0
         for number, line in enumerate(text.splitlines(), 1):
@@ -84,18 +86,19 @@ class _Pajek:
                 if words[0] in names:
                     raise BadLine(f"a second vertex {words[0]}", number)
                 names.add(words[0])
-                self._check(number, line, "a vertex wants its number and its name")
-                self.head.append(line)
+                self.labels[words[0]] = self._words(number, line, "a vertex wants its number and its name")[1]
+                # networkx takes vertices of one name for one; here their numbers are their names until they are told apart.
+                self.head.append(f"{words[0]} {words[0]} {' '.join(map(shlex.quote, self._words(number, line, '')[2:]))}")
             elif section in ("*edges", "*arcs"):
-                self._check(number, line, "an edge wants the numbers of two vertices")
+                self._words(number, line, "an edge wants the numbers of two vertices")
                 for word in words[:2]:
                     if word not in names:
                         raise BadLine(f"there is no vertex {word}", number)
-                self.parts[section].append((number, line))
+                self.parts[section].append(line)
             elif section == "*matrix":
                 if len(words) > len(names) or not all(re.fullmatch(r"-?\d{1,18}", word) for word in words):
                     raise BadLine("a row of the matrix wants a whole number a vertex", number)
-                self.parts[section].append((number, line))
+                self.parts[section].append(line)
                 if len(self.parts[section]) > len(names):
                     raise BadLine("more rows than vertices", number)
             else:
@@ -104,28 +107,28 @@ class _Pajek:
             raise BadLine(f"{left} vertices are missing", text.count("\n") + 1)
 
     @staticmethod
-    def _check(number: int, line: str, wanted: str) -> None:
-        import shlex
+    def _words(number: int, line: str, wanted: str) -> list[str]:
         try:
-            if len(shlex.split(line)) >= 2:
-                return
+            words = shlex.split(line)
         except ValueError as error:
             raise BadLine(str(error).lower(), number) from None
-        raise BadLine(wanted, number)
+        if len(words) < 2:
+            raise BadLine(wanted, number)
+        return words
 
 
 def pajek(text: str) -> Any:
     file = _Pajek(text)
-    read = {section: nx.parse_pajek([*file.head, section, *(line for _, line in part)])
-            for section, part in file.parts.items()}
+    read = {section: nx.parse_pajek([*file.head, section, *part]) for section, part in file.parts.items()}
     if len(read) < 2:
-        return next(iter(read.values())) if read else nx.parse_pajek(file.head)
-    # Arcs and edges in one file: all become arcs, and those that were edges show no arrow.
-    G = nx.MultiDiGraph()
-    for section, part in read.items():
-        G.add_nodes_from(part.nodes(data=True))
-        G.add_edges_from((u, v, data if section != "*edges" else {"arrow": False, **data})
-                         for u, v, data in part.edges(data=True))
+        G = next(iter(read.values())) if read else nx.parse_pajek(file.head)
+    else:       # arcs and edges in one file: all become arcs, and those that were edges show no arrow
+        G = nx.MultiDiGraph()
+        for section, part in read.items():
+            G.add_nodes_from(part.nodes(data=True))
+            G.add_edges_from((u, v, data if section != "*edges" else {"arrow": False, **data})
+                             for u, v, data in part.edges(data=True))
+    nx.set_node_attributes(G, file.labels, "label")
     return G
 
 
@@ -157,12 +160,15 @@ def _check(text: str, data: dict[str, Any], links: str) -> None:
     def bad(where: str, index: int, what: str) -> BadLine:
         return BadLine(what, _line_in_json(text, where, index))
 
+    def plain(value: Any) -> bool:
+        return all(map(plain, value)) if isinstance(value, list) else isinstance(value, (str, int, float))
+
     vertices: set[Any] = set()
     for index, item in enumerate(data["nodes"]):
         if not isinstance(item, dict):
             raise bad("nodes", index, "a node is an object in braces")
         each = name(item.get("id", index))
-        if isinstance(each, dict) or each is None:
+        if not plain(item.get("id", index)):
             raise bad("nodes", index, "a node's id is a text or a number")
         if each in vertices:
             raise bad("nodes", index, f"a second node {each!r}")
@@ -171,9 +177,9 @@ def _check(text: str, data: dict[str, Any], links: str) -> None:
         if not isinstance(item, dict) or not {"source", "target"} <= set(item):
             raise bad(links, index, 'an edge is an object in braces with "source" and "target"')
         for end in (item["source"], item["target"]):
-            if isinstance(end, dict) or name(end) not in vertices:
+            if not plain(end) or name(end) not in vertices:
                 raise bad(links, index, f"there is no node {end!r}")
-        if isinstance(item.get("key"), (dict, list)):
+        if "key" in item and not plain(item["key"]):
             raise bad(links, index, "an edge's key is a text or a number")
 
 

@@ -31,8 +31,8 @@ FORMATS: Mapping[str, Callable[[bytes], Any]] = {
     "dot": _text(dot.dot), "json": _text(plain.node_link), "csv": _text(lines.table),
     "edges": _text(lambda text: lines.edge_list(text.split("\n"))),
 }
-SUFFIXES = {".graphml": "graphml", ".gexf": "gexf", ".gml": "gml", ".net": "pajek", ".pajek": "pajek", ".paj": "pajek", ".dot": "dot",
-            ".gv": "dot", ".json": "json", ".csv": "csv", ".tsv": "csv", ".edges": "edges", ".edgelist": "edges",
+SUFFIXES = {".graphml": "graphml", ".gexf": "gexf", ".gml": "gml", ".net": "pajek", ".pajek": "pajek", ".paj": "pajek",
+            ".dot": "dot", ".gv": "dot", ".json": "json", ".csv": "csv", ".tsv": "csv", ".edges": "edges", ".edgelist": "edges",
             ".txt": "edges"}
 
 
