@@ -35,7 +35,7 @@ def unrefused(program):
 
 class Wire:
     """A way to the server that can be cut: after it is told to, the next request reaches the server, and its answer does not
-    reach the client."""
+    reach the client; if it is told a function, that is called between."""
 
     def __init__(self):
         self.cut, self.requests, self.ends = False, 0, []
@@ -59,6 +59,8 @@ class Wire:
             while data := source.recv(1 << 20):
                 self.requests += data.startswith(b"POST")
                 if back and self.cut:
+                    if callable(self.cut):
+                        self.cut()
                     self.cut = False
                     return self.hang_up([source, sink])
                 sink.sendall(data)
@@ -229,6 +231,31 @@ def test_an_exception_in_a_batch_leaves_the_window_with_what_the_objects_say(gra
     assert exists(program, "vertex", [v.id for v in vertices]) == set(graph.vertices) and len(graph.vertices) == 20
 
 
+def test_a_failure_tells_what_can_be_known(graph, program):
+    style, track = graph.new_vertex_style(), graph.new_edge_style()
+    one, two, three = (graph.new_vertex(number) for number in range(3))
+    road = graph.new_edge(one, two, 3)
+    program.client.new_edge_w_id(4, 0, 1)
+    program.client.new_vertex_style_w_id(5, 0)
+    program.client.remove_vertex(2)
+    removed = [(lambda: setattr(three, "style", style), "vertex 2 is not .* another client has removed it$"),
+               (lambda: three.set(size=2), "^set_vertex_attribute.*vertex 2 is not .* another client has removed it$"),
+               (lambda: graph.new_edge(one, three), "vertex 0 or vertex 2 is not .* removed it.*, or id .* is taken"),
+               (lambda: graph.new_edge(one, two, 4), ", or id 4 is taken"), (three.remove, "^remove_vertex.2. failed: vertex 2"),
+               (lambda: style.new_style(id=5), f"^new_vertex_style_w_id.5, {style.id}. failed: id 5 is taken, by another client")]
+    cleared = [(lambda: setattr(one, "style", style), f"vertex 0 or style {style.id} is not .* was cleared"),
+               (lambda: setattr(road, "style", graph.default_edge_style), "edge 3 is not .* was cleared"),
+               (lambda: track.set(width=1), f"edge style {track.id} is not .* was cleared"),
+               (lambda: style.new_style(id=6), f"vertex style {style.id} is not .* was cleared.*, or id 6 is taken")]
+    for calls in (removed, cleared):
+        for call, told in calls:
+            with pytest.raises(tessarel.CallFailed, match=told):
+                call()
+        program.client.clear()
+    graph.clear()
+    assert graph.new_vertex(0) and not graph.vertex_styles
+
+
 # --- Connections
 
 @pytest.mark.parametrize("batched", [False, True])
@@ -253,14 +280,15 @@ def test_calls_whose_answer_is_lost_are_made_once(graph, program, wire, batched)
         assert exists(program, "vertex", [one.id, three.id]) == set()
 
 
-def test_a_mistake_is_told_even_after_a_lost_connection(graph, program, wire):
+def test_a_repetition_hides_no_failure(graph, program, wire):
     with tessarel.connect(port=wire.port, timeout=30 * SLOWNESS) as client:
-        vertex = client.new_vertex()
-        program.client.clear()
-        wire.cut = True
-        with pytest.raises(tessarel.CallFailed, match=GONE):
-            vertex.color = 3
-        assert not wire.cut
+        for fails in [lambda a, b: a.set(color=3), lambda a, b: client.new_edge(a, b, width=2), lambda a, b: a.remove()]:
+            ends = [client.new_vertex() for _ in range(2)]
+            wire.cut = program.client.clear         # as if the server had been started anew meanwhile
+            with pytest.raises(tessarel.CallFailed, match="cleared by another client, or the server was started anew"):
+                fails(*ends)
+            assert not wire.cut and not client.edges
+            client.clear()
 
 
 def test_a_connection_that_was_closed_while_it_was_silent_is_no_loss(graph, program, wire):

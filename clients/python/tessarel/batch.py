@@ -1,13 +1,13 @@
 """Calls on their way to the server: packed, answered, and told what became of them."""
 from __future__ import annotations
 
-from typing import Callable, Sequence
+from typing import Protocol, Sequence
 
 from .errors import CallFailed, Error
 from .link import Link, Request
 from .wire import Call, Refusal, answers_in, one_call, several_calls, written
 
-__all__ = ["Batch", "carry_out"]
+__all__ = ["Batch", "Witness", "carry_out", "request_for"]
 
 # A pack: large enough that a round trip costs little, small enough that the window shows growth. The server takes 4 MiB.
 PACK_CHARACTERS = 50_000
@@ -15,17 +15,24 @@ PACK_CHARACTERS = 50_000
 PACK_WAITS = 100
 WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 
-Explain = Callable[[Call], str]
+
+class Witness(Protocol):
+    """Who can say more of a failure than -1."""
+
+    def window_was_cleared(self) -> bool: ...
+    def why(self, call: Call, cleared: bool) -> str: ...
 
 
-def carry_out(link: Link, calls: Sequence[Call], explain: Explain) -> None:
+def request_for(calls: Sequence[Call]) -> bytes:
+    if len(calls) > 1:
+        return several_calls([written(call) for call in calls])
+    return one_call(f"tessarel.{calls[0].method}", calls[0].arguments)
+
+
+def carry_out(link: Link, calls: Sequence[Call], witness: Witness) -> None:
     """Makes the calls in one request; CallFailed if one of them was refused."""
-    if not calls:
-        return
-    several = len(calls) > 1
-    body = several_calls([written(call) for call in calls]) if several else \
-        one_call(f"tessarel.{calls[0].method}", calls[0].arguments)
-    _judge(link, calls, several, *link.exchange(body, _waits(calls)), explain)
+    if calls:
+        _judge(link, calls, len(calls) > 1, *link.exchange(request_for(calls), _waits(calls)), witness)
 
 
 class Batch:
@@ -34,8 +41,8 @@ class Batch:
     While the server works on a pack, the next one is gathered: one request is under way at most.
     """
 
-    def __init__(self, link: Link, explain: Explain) -> None:
-        self._link, self._explain = link, explain
+    def __init__(self, link: Link, witness: Witness) -> None:
+        self._link, self._witness = link, witness
         self._calls: list[Call] = []
         self._pieces: list[str] = []
         self._size = self._waits = 0
@@ -71,7 +78,7 @@ class Batch:
             except BaseException:       # the server may still be at it, and nothing must overtake it
                 self._drop()
                 raise
-            _judge(self._link, calls, True, *answer, self._explain)
+            _judge(self._link, calls, True, *answer, self._witness)
 
     def _drop(self) -> None:
         self._calls, self._pieces, self._size, self._waits = [], [], 0, 0
@@ -81,16 +88,22 @@ def _waits(calls: Sequence[Call]) -> int:
     return sum(call.method in WAITING for call in calls)
 
 
-def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeated: bool, explain: Explain) -> None:
+def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeated: bool, witness: Witness) -> None:
     try:
         answers = answers_in(body, len(calls), several)
     except Refusal as refusal:
         raise Error(f"the server at {link.place} does not take a request: {refusal}") from refusal
+    # Calls without an item are the client's own affair.
+    refused = [(number, call, answer) for number, (call, answer) in enumerate(zip(calls, answers))
+               if answer != 0 and call.item is not None]
+    if not refused:
+        return
+    cleared = witness.window_was_cleared()
     failures = []
-    for number, (call, answer) in enumerate(zip(calls, answers)):
-        if answer == 0 or repeated and answer == -1 and _may_be_done(calls, number):
+    for number, call, answer in refused:
+        if repeated and answer == -1 and not cleared and _may_be_done(calls, number):
             continue
-        reason = explain(call) if answer == -1 else f"the server answers: {answer}"
+        reason = witness.why(call, cleared) if answer == -1 else f"the server answers: {answer}"
         failures.append(CallFailed(call.method, call.arguments, reason))
     if failures:
         failures[0].further = tuple(failures[1:])

@@ -9,7 +9,7 @@ from types import MappingProxyType, TracebackType
 from typing import Any, Callable, ClassVar, Iterator, Mapping, Sequence, TypeVar, Unpack
 
 from .attributes import Attribute, EdgeAttributes, EdgeKeywords, VertexAttributes, VertexKeywords, attributes_of, integer
-from .batch import Batch, carry_out
+from .batch import Batch, carry_out, request_for
 from .errors import BadValue, CallFailed, Error, LostConnection
 from .link import Link
 from .listener import Listener
@@ -273,6 +273,9 @@ class Graph:
         self._named: dict[str, dict[str, Any]] = {"vertex_style": {}, "edge_style": {}}
         self._default_vertex_style = VertexStyle(self, 0, None, None)
         self._default_edge_style = EdgeStyle(self, 0, None, None)
+        # A style that nobody uses or can remove: as long as it is there, the window has not been cleared.
+        self._mark = next(self._ids)
+        self._do([self._marking()])
 
     def __enter__(self) -> Graph:
         return self
@@ -400,7 +403,7 @@ class Graph:
             self._default_vertex_style._values = self._default_edge_style._values = None
             if self._listener is not None:
                 self._listener.forget_all()
-        self._do([Call("clear", (), None)])
+        self._do([Call("clear", (), None), self._marking()])
 
     @contextlib.contextmanager
     def batch(self) -> Iterator[None]:
@@ -413,7 +416,7 @@ class Graph:
         if getattr(self._thread, "batch", None) is not None:
             yield
             return
-        batch = self._thread.batch = Batch(self._link, self._failed)
+        batch = self._thread.batch = Batch(self._link, self)
         try:
             yield
         except BaseException as error:
@@ -434,6 +437,9 @@ class Graph:
         if batch is not None:
             batch.flush()
 
+    def _marking(self) -> Call:
+        return Call("new_vertex_style_w_id", (self._mark, 0), None)
+
     def _do(self, calls: Sequence[Call]) -> None:
         """Makes the calls, or adds them to this thread's batch."""
         for call in calls:
@@ -441,7 +447,7 @@ class Graph:
                 raise CallFailed(call.method, call.arguments, _gone(call.item))
         batch: Batch | None = getattr(self._thread, "batch", None)
         if batch is None:
-            carry_out(self._link, calls, self._failed)
+            carry_out(self._link, calls, self)
         else:
             batch.add(calls)
 
@@ -484,31 +490,36 @@ class Graph:
             elif isinstance(item, (VertexStyle, EdgeStyle)) and item.name is not None:
                 self._named[item.kind].pop(item.name, None)
 
-    def _failed(self, call: Call) -> str:
-        """Why a call was answered with -1, as far as can be told from here."""
-        item = call.item
-        elsewhere = "another client has removed it or cleared the window, or the server was started anew"
-        if item is not None and item._gone and not call.method.startswith("remove_"):
-            if item._gone == NOT_MADE:
-                return _gone(item)
+    def window_was_cleared(self) -> bool:
+        """Whether somebody else has cleared the window, or started the server anew, since this client's last clear."""
+        mark = [Call("set_vertex_style_attribute", (self._mark, "visible", "true"), None)]
+        return self._link.exchange(request_for(mark))[0].find(b"<i4>-1</i4>") >= 0
+
+    def why(self, call: Call, cleared: bool) -> str:
+        """Why a call about an item was answered with -1, as far as can be told from here."""
+        item, (first, *rest) = call.item, call.arguments
+        this = f"{_words(item.kind)} {first}"
+        if item._gone == NOT_MADE:
+            return _gone(item)
+        elsewhere = "the window was cleared by another client, or the server was started anew" if cleared else \
+            "another client has removed it"
+        if item._gone and not call.method.startswith("remove_"):
             elsewhere = f"{item._gone}, or {elsewhere}"
-        first, *rest = call.arguments or (0,)
         if call.method.startswith("new_"):
-            above = [f"{word} {id}" for id in rest if id != 0 or item.kind == "edge" for word in [UPON[item.kind]]]
-            for end in ([item.first, item.second] if item.kind == "edge" else [item._parent] if rest else []):
-                if end._gone:
-                    self._forget(item, NOT_MADE)
-                    return _gone(end)
             self._forget(item, NOT_MADE)
             taken = f"id {first} is taken, by another client or by an earlier one whose graph nobody cleared"
-            return f"{' or '.join(above)} is not there any more ({elsewhere}), or {taken}" if above else taken
-        if call.method.startswith("change_"):
-            return f"{item.kind} {first} or style {rest[0]} is not there any more: {elsewhere}"
-        if call.method.startswith("set_"):
-            refused = f"the server does not take {rest[1]!r} as {rest[0]}"
-            return refused if first == 0 and item.kind.endswith("style") else \
-                f"{_words(item.kind)} {first} is not there any more ({elsewhere}), or {refused}"
-        return f"{_words(item.kind) if item is not None else ''} {first} is not there any more: {elsewhere}"
+            needed: Sequence[Item] = [item.first, item.second] if isinstance(item, Edge) else \
+                [item._parent] if cleared and rest and rest[0] != 0 else []
+            for each in needed:
+                if each.gone:
+                    return _gone(each)
+            missing = " or ".join(f"{_words(each.kind)} {each.id}" for each in needed)
+            return f"{missing} is not there any more ({elsewhere}), or {taken}" if missing else taken
+        if call.method.startswith("set_") and item.kind.endswith("style") and not (cleared and first):
+            return f"the server does not take {rest[1]!r} as {rest[0]}"     # styles go only with all the rest
+        if call.method.startswith("change_") and cleared and rest[0] != 0:
+            this += f" or style {rest[0]}"
+        return f"{this} is not there any more: {elsewhere}"
 
     def _choose(self, kind: str, id: int | None) -> int:
         """An id that this client has not used for the kind yet."""
