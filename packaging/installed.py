@@ -4,8 +4,10 @@ usage: installed.py alone     without a screen and without what python3-tessarel
        installed.py whole     on a virtual screen, with all of it
 """
 import contextlib
+import gzip
 import importlib.metadata
 import pathlib
+import re
 import shutil
 import socket
 import struct
@@ -25,7 +27,7 @@ GRAPHML = """<?xml version="1.0" encoding="UTF-8"?>
   </graph>
 </graphml>
 """
-FILES = {"ring.graphml": GRAPHML, "ring.dot": "digraph { a -> b; b -> c; c -> a }\n", "ring.txt": "a b\nb c\nc a\n"}
+FILES = {"ring.graphml": GRAPHML, "ring.dot": "digraph { a -> b; subgraph cluster { b -> c; c -> a } }\n", "ring.txt": "a b\nb c\nc a\n"}
 
 
 def wait_until(true, what, seconds=60):
@@ -77,7 +79,15 @@ def alone():
     print("without networkx:", done.stderr.strip())
 
 
+def the_manual_tells_each_option():
+    page = gzip.open("/usr/share/man/man1/tessarel-load.1.gz", "rt", encoding="utf-8").read()
+    told = set(re.findall(r"Fl -([a-z-]+)", page))
+    known = set(re.findall(r"--([a-z][a-z-]+)", run("tessarel-load", "--help").stdout))
+    assert known and told == known, f"only in the manual: {told - known}; only in the program: {known - told}"
+
+
 def whole():
+    the_manual_tells_each_option()
     screen = Screen(pathlib.Path("/tmp"))
     entry = dict(line.strip().split("=", 1) for line in open("/usr/share/applications/tessarel.desktop", encoding="utf-8") if "=" in line)
     with subprocess.Popen([entry["Exec"], "-quiet"], env={"DISPLAY": ":1", "HOME": "/tmp"}) as server:
@@ -89,7 +99,6 @@ def whole():
             wait_until(lambda: screen.lit() > 500, "the picture")
             plain = xmlrpc.client.ServerProxy("http://127.0.0.1:20738/RPC2").tessarel
             assert plain.new_vertex_w_id(7) == plain.new_vertex_w_id(8) == -1, "the vertices are not on the server"
-        assert "--follow" in run("tessarel-load", "--help").stdout
         for name, text in FILES.items():
             plain.clear()
             wait_until(lambda: screen.lit() == 0, "an empty window")
