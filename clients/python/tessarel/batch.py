@@ -19,8 +19,8 @@ WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 class Witness(Protocol):
     """Who can say more of a failure than -1."""
 
-    def window_was_cleared(self) -> bool: ...
-    def why(self, call: Call, cleared: bool) -> str: ...
+    def _window_was_cleared(self) -> bool: ...
+    def _why(self, call: Call, cleared: bool) -> str: ...
 
 
 def request_for(calls: Sequence[Call]) -> bytes:
@@ -98,12 +98,12 @@ def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeat
                if answer != 0 and call.item is not None]
     if not refused:
         return
-    cleared = witness.window_was_cleared()
+    cleared = witness._window_was_cleared()
     failures = []
     for number, call, answer in refused:
         if repeated and answer == -1 and not cleared and _may_be_done(calls, number):
             continue
-        reason = witness.why(call, cleared) if answer == -1 else f"the server answers: {answer}"
+        reason = witness._why(call, cleared) if answer == -1 else f"the server answers: {answer}"
         failures.append(CallFailed(call.method, call.arguments, reason))
     if failures:
         failures[0].further = tuple(failures[1:])

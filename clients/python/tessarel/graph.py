@@ -490,12 +490,12 @@ class Graph:
             elif isinstance(item, (VertexStyle, EdgeStyle)) and item.name is not None:
                 self._named[item.kind].pop(item.name, None)
 
-    def window_was_cleared(self) -> bool:
+    def _window_was_cleared(self) -> bool:
         """Whether somebody else has cleared the window, or started the server anew, since this client's last clear."""
         mark = [Call("set_vertex_style_attribute", (self._mark, "visible", "true"), None)]
         return self._link.exchange(request_for(mark))[0].find(b"<i4>-1</i4>") >= 0
 
-    def why(self, call: Call, cleared: bool) -> str:
+    def _why(self, call: Call, cleared: bool) -> str:
         """Why a call about an item was answered with -1, as far as can be told from here."""
         item, (first, *rest) = call.item, call.arguments
         this = f"{_words(item.kind)} {first}"
