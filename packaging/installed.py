@@ -48,7 +48,7 @@ class Screen:
 
     def __init__(self, folder):
         self.file = folder / "Xvfb_screen0"
-        self.process = subprocess.Popen(["Xvfb", ":1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-fbdir", folder],
+        self.process = subprocess.Popen(["Xvfb", ":1", "-screen", "0", "800x600x24", "-fbdir", folder],
                                         stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         wait_until(pathlib.Path("/tmp/.X11-unix/X1").exists, "the screen")
 
@@ -89,7 +89,8 @@ def the_manual_tells_each_option():
 def whole():
     the_manual_tells_each_option()
     screen = Screen(pathlib.Path("/tmp"))
-    entry = dict(line.strip().split("=", 1) for line in open("/usr/share/applications/tessarel.desktop", encoding="utf-8") if "=" in line)
+    with open("/usr/share/applications/tessarel.desktop", encoding="utf-8") as file:
+        entry = dict(line.strip().split("=", 1) for line in file if "=" in line)
     with subprocess.Popen([entry["Exec"], "-quiet"], env={"DISPLAY": ":1", "HOME": "/tmp"}) as server:
         wait_until(answering, "the server")
         wait_until(lambda: screen.lit() == 0, "an empty window")
@@ -108,6 +109,8 @@ def whole():
             assert done.returncode == 0, done
             print(f"{name}: {(done.stdout + done.stderr).splitlines()[-1]}")
             wait_until(lambda: screen.lit() > 500, f"the picture of {name}")
+        done = run("/usr/share/doc/python3-tessarel/examples/edge_list.py", "/tmp/ring.txt", "--seconds", "0.1")
+        assert done.returncode == 0, done
         server.terminate()
     screen.process.terminate()
 
