@@ -113,8 +113,15 @@ class Mirror:
                     if done == piece:
                         break
             if not done:
-                return
+                break
             yield done
+        self.point()
+
+    def point(self) -> None:
+        """Gives the edges their arrows, if they are to have some: last and all at once, since thousands of them are slow to
+        draw."""
+        if self._style is not None and not self._style.arrow:
+            self._style.arrow = True
 
     def _in_order(self, vertices: Iterable[Hashable], edges: Iterable[Key]) -> Iterator[Callable[[], None]]:
         """What goes, edges before vertices, which take theirs along; then what comes or changes."""
@@ -162,7 +169,7 @@ class Mirror:
         edge = self.edges.get(key)
         if edge is None:
             if self._arrows and self._style is None:
-                self._style = self.window.new_edge_style(arrow=True)
+                self._style = self.window.new_edge_style()
             first, second = key[:2]
             edge = self.edges[key] = self.window.new_edge(self.vertices[first], self.vertices[second], style=self._style, **look)
             self._told[edge] = look

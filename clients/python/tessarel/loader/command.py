@@ -100,6 +100,7 @@ class Command:
                 for count in mirror.settling(PIECE):
                     bar.update(count)
                     if interrupt.asked:
+                        mirror.point()
                         break
         except KeyboardInterrupt:       # the second: whatever was under way is lost
             self.complain("interrupted twice; what was sent last may lack something")

@@ -81,7 +81,8 @@ def _examine(data: bytes) -> None:
     try:
         parser.Parse(data, True)
     except expat.ExpatError as error:
-        raise BadLine(expat.errors.messages[error.code], error.lineno) from None
+        early = error.code == expat.errors.codes[expat.errors.XML_ERROR_NO_ELEMENTS]
+        raise BadLine("ends too early" if early else expat.errors.messages[error.code], error.lineno) from None
     for line, *ends in edges:
         for each in ends:
             if each not in vertices:

@@ -1,0 +1,467 @@
+"""tessarel-load: what it reads, what it refuses, and what is in the window meanwhile and afterwards."""
+import collections
+import contextlib
+import io
+import json
+import os
+import pathlib
+import pty
+import random
+import re
+import signal
+import subprocess
+import sys
+import time
+
+import networkx as nx
+import pytest
+
+import tessarel
+from support.looking import BLUE, RED, seen
+from support.program import Client, Lines
+from support.waiting import SLOWNESS, wait_until
+from tessarel.loader import command, main, reading
+from tessarel.loader.dot import _by_pydot, _Reader
+from tessarel.loader.faults import BadInput, BadLine
+from tessarel.loader.following import Stream
+
+PACKAGE = pathlib.Path(__file__).resolve().parents[2] / "clients/python"
+SEED = 20261123
+
+
+class Window(tessarel.Graph):
+    """A client that remembers each id that it ever used, and presses Ctrl-C when so many vertices are made."""
+
+    def __init__(self):
+        super().__init__(timeout=30 * SLOWNESS)
+        self.ever = {"vertex": set(), "edge": set()}
+        self.interrupt_at = set()
+
+    def __exit__(self, *_):
+        """The loader is done; the check is not."""
+
+    def new_vertex(self, *arguments, **attributes):
+        vertex = super().new_vertex(*arguments, **attributes)
+        self.ever["vertex"].add(vertex.id)
+        if len(self.ever["vertex"]) in self.interrupt_at:
+            signal.raise_signal(signal.SIGINT)
+        return vertex
+
+    def new_edge(self, *arguments, **attributes):
+        edge = super().new_edge(*arguments, **attributes)
+        self.ever["edge"].add(edge.id)
+        return edge
+
+    def there(self, kind):
+        """The ids of those that the server has."""
+        ids = sorted(self.ever[kind])
+        answers = Client.together([(f"set_{kind}_attribute", number, "fontsize", "12") for number in ids])
+        return {number for number, answer in zip(ids, answers) if answer == 0}
+
+
+@pytest.fixture
+def window(graph, monkeypatch):
+    """What the loader draws with when it runs within this process."""
+    client = Window()
+    monkeypatch.setattr(command, "connect", lambda *_: client)
+    yield client
+    client.close()
+
+
+def load(*arguments):
+    """(status, standard output, standard error) of the loader within this process."""
+    output, errors = io.StringIO(), io.StringIO()
+    with contextlib.redirect_stdout(output), contextlib.redirect_stderr(errors):
+        try:
+            status = main([*map(str, arguments)])
+        except SystemExit as end:
+            status = end.code
+    return status, output.getvalue(), errors.getvalue()
+
+
+def start(*arguments, **streams):
+    return subprocess.Popen([sys.executable, "-m", "tessarel.loader", *map(str, arguments)], text=True,
+                            env={**os.environ, "PYTHONPATH": str(PACKAGE)}, **streams)
+
+
+GRAPHML = ('<graphml xmlns="http://graphml.graphdrawing.org/xmlns">\n'
+           '<key id="k" for="node" attr.name="color" attr.type="string"/>\n'
+           '<key id="n" for="edge" attr.name="km" attr.type="int"/>\n<graph edgedefault="directed">\n{}\n</graph></graphml>\n')
+GEXF = ('<gexf xmlns="http://www.gexf.net/1.2draft" xmlns:viz="http://www.gexf.net/1.2draft/viz" version="1.2">\n'
+        '<graph defaultedgetype="directed">\n<attributes class="node"><attribute id="0" title="n" type="integer"/></attributes>\n'
+        '<nodes>\n{}\n</nodes>\n<edges>\n{}\n</edges></graph></gexf>\n')
+
+SOUND = [       # file, text, {vertex: some of its attributes}, [(first, second, some attributes)], directed
+    ("a.graphml", GRAPHML.format('<node id="a"><data key="k">red</data></node><node id="b"/>\n'
+                                 '<edge source="a" target="b"><data key="n">7</data></edge>'),
+     {"a": {"color": "red"}, "b": {}}, [("a", "b", {"km": 7})], True),
+    ("a.gexf", GEXF.format('<node id="a"><viz:color r="255" g="0" b="9"/><viz:size value="40"/></node><node id="b" label="B"/>',
+                           '<edge source="a" target="b" weight="2.5"/>'),
+     {"a": {"color": "#FF0009", "size": 3.0}, "b": {"label": "B"}}, [("a", "b", {"weight": 2.5})], True),
+    ("a.gml", 'graph [\n node [ id 1 label "a" color "red" ]\n node [ id 2 label "b" ]\n edge [ source 1 target 2 km 7 ]\n]\n',
+     {"a": {"color": "red", "label": "a"}, "b": {}}, [("a", "b", {"km": 7})], False),
+    ("two_of_a_name.gml", 'graph [ directed 1 node [ id 1 label "é" ]\n node [ id 2 label "é" ]\n edge [ source 1 target 2 ] ]\n',
+     {1: {"label": "é"}, 2: {"label": "é"}}, [(1, 2, {})], True),
+    ("a.net", '% by hand\n*Vertices 3\n1 "same name" 0.1 0.2 0.3 ic red\n2 "same name"\n\n3 c\n*Arcs\n1 2 2.5\n*Edges\n2 3\n',
+     {"1": {"label": "same name"}, "2": {"label": "same name"}, "3": {"label": "c"}},
+     [("1", "2", {"weight": 2.5}), ("2", "3", {"arrow": False})], True),
+    ("matrix.net", '*Vertices 2\n1 a\n2 b\n*Matrix\n0 1\n0 0\n',
+     {"1": {"label": "a"}, "2": {}}, [("1", "2", {"weight": 1})], True),
+    ("a.dot", 'strict digraph "x y" { node [shape=box, fillcolor="#ff0000"]; /* no */\n'
+              'subgraph c { label=x; a -> b -> {c; d} [color=blue]; }\n'
+              '# a line\n e:port:n -> a; f [label=<<b>x</b> &>]; edge [style=dashed]; "g h" -> f [dir=none penwidth=3] }',
+     {"a": {"shape": "cube", "color": "#ff0000"}, "b": {}, "c": {}, "d": {}, "e": {}, "f": {"label": "x  &"}, "g h": {}},
+     [("a", "b", {"color": "blue"}), ("b", "c", {}), ("b", "d", {"color": "blue"}), ("e", "a", {}),
+      ("g h", "f", {"stroke": "dashed", "arrow": "false", "width": "3"})], True),
+    ("pydot_only.gv", 'graph { a -- b [label="one" bold]; }', {"a": {}, "b": {}}, [("a", "b", {})], False),
+    ("sum.gv", 'graph { a -- b [label="one" +\n "two"] }', {"a": {}, "b": {}}, [("a", "b", {"label": "onetwo"})], False),
+    ("a.json", '{"directed": true, "graph": {}, "nodes": [{"id": "a", "color": "red"}, {"id": [1, 2]}], '
+               '"links": [{"source": "a", "target": [1, 2], "km": 7}]}',
+     {"a": {"color": "red"}, (1, 2): {}}, [("a", (1, 2), {"km": 7})], True),
+    ("by_place.json", '{"nodes": [{"name": "x"}, {"name": "y"}], "edges": [{"source": 1, "target": 0}]}',
+     {0: {"name": "x"}, 1: {"name": "y"}}, [(0, 1, {})], False),
+    ("a.csv", 'km,From,to\n1400,rome,paris\n6900,"new\nyork",rome\n,alone,\n\n',
+     {"rome": {}, "paris": {}, "new\nyork": {}, "alone": {}},
+     [("rome", "paris", {"km": 1400}), ("new\nyork", "rome", {"km": 6900})], True),
+    ("a.tsv", 'person\tfriend\tsince\nann\tbob\t1_9\n', {"ann": {}, "bob": {}}, [("ann", "bob", {"since": "1_9"})], True),
+    ("a.edges", '# seen\na b 3\nb c hello world\nc d color=red width=2 # no\nlonely\n"x \\"y" a label="two words"\na color=blue\n'
+                '-5 a\na e {"weight": 3}\n\n',
+     {"a": {"color": "blue"}, "b": {}, "c": {}, "d": {}, "lonely": {}, 'x "y': {}, "-5": {}, "e": {}},
+     [("a", "b", {"weight": 3}), ("b", "c", {"label": "hello world"}), ("c", "d", {"color": "red", "width": 2}),
+      ('x "y', "a", {"label": "two words"}), ("-5", "a", {}), ("a", "e", {"weight": 3})], True),
+]
+
+
+@pytest.mark.parametrize("name, text, vertices, edges, directed", SOUND, ids=[row[0] for row in SOUND])
+def test_each_format_gives_its_vertices_edges_and_attributes(tmp_path, name, text, vertices, edges, directed):
+    (tmp_path / name).write_text(text, encoding="utf-8")
+    G = reading.read(str(tmp_path / name), reading.format_of(name))
+    assert set(G) == set(vertices) and G.is_directed() is directed and G.number_of_edges() == len(edges)
+    for node, wanted in vertices.items():
+        assert wanted.items() <= G.nodes[node].items()
+    for first, second, wanted in edges:
+        data = G.get_edge_data(first, second)
+        assert wanted.items() <= (next(iter(data.values())) if G.is_multigraph() else data).items()
+
+
+BAD = [         # file, text, what is said behind the file's name
+    ("type.graphml",
+     GRAPHML.format('<node id="a"/>\n<node id="b"/>\n<edge source="a" target="b">\n<data key="n">x</data></edge>'),
+     ":7: invalid literal for int() with base 10: 'x'"),
+    ("key.graphml", GRAPHML.format('<node id="a"/>\n<node id="b"><data key="q">x</data></node>'),
+     ":6: Bad GraphML data: no key q"),
+    ("undirected.graphml", GRAPHML.format('<node id="a"/><node id="b"/>\n<edge source="a" target="b" directed="false"/>'),
+     ":6: directed=false edge found in directed graph."),
+    ("stranger.graphml", GRAPHML.format('<node id="a"/>\n<edge source="a" target="b"/>'), ":6: there is no node 'b'"),
+    ("nameless.graphml", GRAPHML.format('<node id="a"/>\n<node/>'), ":6: a node without id"),
+    ("twice.graphml", GRAPHML.format('<node id="a"/>\n<node id="a"/>'), ":6: a second node 'a'"),
+    ("short.graphml", GRAPHML.format('<node id="a"/>')[:-20], ":5: ends too early"),
+    ("tag.graphml", GRAPHML.format('<node id="a"/>')[:-3], ":6: unclosed token"),
+    ("other.graphml", "<html/>", ":1: file not successfully read as graphml"),
+    ("empty.graphml", "", ":1: ends too early"),
+    ("latin.graphml", b'<?xml version="1.0"?>\n<a>\xff</a>', ":2: not well-formed (invalid token)"),
+    ("bomb.graphml", '<?xml version="1.0"?>\n<!DOCTYPE x [<!ENTITY a0 "ha">' + "".join(
+        f'<!ENTITY a{n} "{f"&a{n - 1};" * 10}">' for n in range(1, 12)) + ']>\n' + GRAPHML.format('<node id="&a11;"/>'),
+     ":2: has a document type, which is not read"),
+    ("file.gexf", '<!DOCTYPE x SYSTEM "/etc/hostname">\n<gexf/>', ":1: has a document type, which is not read"),
+    ("deep.graphml", GRAPHML.format("<x>" * 100000 + "</x>" * 100000), ":5: nested too deeply"),
+    ("type.gexf", GEXF.format('<node id="a"/>\n<node id="b"><attvalues><attvalue for="0" value="q"/></attvalues></node>', ""),
+     ":6: invalid literal for int() with base 10: 'q'"),
+    ("empty.gexf", '<gexf xmlns="http://www.gexf.net/1.2draft" version="1.2">\n</gexf>', ":1: No <graph> element in GEXF file."),
+    ("token.gml", 'graph [\n node [ id 1 ]\n node [ id 2 ?? ]\n]\n', ":3: cannot tokenize ?? ]"),
+    ("stranger.gml", 'graph [\n node [ id 1 label "node [" ]\n edge [ source 1\n target 3 ]\n]\n',
+     ":3: edge #0 has undefined target 3"),
+    ("twice.gml", 'graph [\n node [ id 1 label "a" ]\n node [ id 1 label "b" ]\n]\n', ":3: node id 1 is duplicated"),
+    ("short.gml", 'graph [\n node [ id 1 label "a" ]\n', ":3: expected ']', found EOF"),
+    ("deep.gml", "graph [\n" + "a [ " * 5000 + "] " * 5000 + "\n]", ": nested too deeply"),
+    ("stranger.net", "*Vertices 1\n1 a\n*Edges\n1 7\n", ":4: there is no vertex 7"),
+    ("short.net", "*Vertices 3\n1 a\n2 b\n*Edges\n", ":4: 1 vertices are missing before *Edges"),
+    ("huge.net", "*Vertices 999999999\n1 a\n", ":3: 999999998 vertices are missing"),
+    ("quote.net", '*Vertices 2\n1 "a\n2 b\n', ":2: no closing quotation"),
+    ("lists.net", "*Vertices 1\n1 a\n*Arcslist\n1 1\n", ":3: *Arcslist is not read"),
+    ("matrix.net", "*Vertices 2\n1 a\n2 b\n*Matrix\n0 1\n1 x\n", ":6: a row of the matrix wants a whole number a vertex"),
+    ("end.dot", "digraph {\n a -> b;\n b -> ;\n}\n", ":3: cannot be read as DOT"),
+    ("two.dot", "graph { a -- b }\ngraph { c -- d }\n", ": holds more than one graph"),
+    ("deep.dot", "graph " + "{" * 5000 + "}" * 5000, ": nested too deeply"),
+    ("comma.json", '{"nodes": [\n{"id": 1},\n{"id": 2,}],\n"links": []}',
+     ":3: Expecting property name enclosed in double quotes"),
+    ("stranger.json", '{"links": [\n{"source": 1, "target": 2},\n{"source": 1, "target": 3}], "nodes": [{"id": 1}, {"id": 2}]}',
+     ":3: there is no node 3"),
+    ("half.json", '{"nodes": [{"id": 1}], "edges": [\n\n{"source": 1}]}',
+     ':3: an edge is an object in braces with "source" and "target"'),
+    ("id.json", '{"nodes": [{"id": 1},\n{"id": [{}]}], "links": []}', ":2: a node's id is a text or a number"),
+    ("deep.json", "[" * 100000, ": nested too deeply"),
+    ("list.json", "[1, 2]", ': has no list of "nodes"'),
+    ("columns.csv", "source,target,w\na,b,1\nb,c\n", ":3: 2 columns, where the first line has 3"),
+    ("quote.csv", 'source,target\na,b\n"c,d\n', ":3: unexpected end of data"),
+    ("ends.csv", "source,target,w\na,b,1\n,,3\n", ":3: neither source nor target"),
+    ("quote.edges", 'a b\nc "d e\n', ":2: a quote is not closed"),
+    ("order.edges", "a b\n\na color=red b\n", ":3: names stand before attributes"),
+    ("code.edges", 'a b {"w": 1}\na c {__import__("os")}\n', ':2: {__import__("os")} are no attributes'),
+    ("long.edges", "a b\na " + "x" * 100000 + "\n", ":2: longer than 65536 characters"),
+    ("latin.edges", b"a b\nc \xff\n", ":2: not UTF-8"),
+    ("absent.gml", None, ": No such file or directory"),
+]
+
+
+@pytest.mark.parametrize("name, text, complaint", BAD, ids=[row[0] for row in BAD])
+def test_a_bad_file_is_told_with_its_line_and_nothing_of_it_is_shown(tmp_path, window, name, text, complaint):
+    file = tmp_path / name
+    if text is not None:
+        file.write_bytes(text if isinstance(text, bytes) else text.encode())
+    assert load(file, "--clear") == (1, "", f"tessarel-load: {file}{complaint}\n")
+    assert not window.ever["vertex"]
+
+
+def test_a_file_without_end_is_not_swallowed(monkeypatch):
+    monkeypatch.setattr(reading, "LARGEST", 1 << 20)
+    with pytest.raises(BadInput, match="/dev/zero: larger than 1 MiB"):
+        reading.read("/dev/zero", "edges")
+
+
+def test_the_quick_reader_of_dot_and_pydot_find_the_same():
+    """Of what pydot reads in full: groups only at the end of an edge."""
+    chooser = random.Random(SEED)
+
+    def name():
+        return chooser.choice(["a", "b", "_c1", "3.5", '"d e"', '"n\\"q"'])
+
+    def attributes():
+        pairs = [chooser.choice(["color=red", 'label="x [y]"', "shape=circle", "weight = 2", 'style="dashed"', "dir=back"])
+                 for _ in range(chooser.randrange(3))]
+        return f" [{chooser.choice([', ', ' ']).join(pairs)}]" if pairs else ""
+
+    def statement(sign, depth):
+        kind = chooser.randrange(7 if depth else 5)
+        if kind == 0:
+            return f"{name()}{attributes()}"
+        if kind == 1:
+            return f"{chooser.choice(['node', 'edge'])} [{chooser.choice(['color=blue', 'shape=box', 'penwidth=2'])}]"
+        if kind == 2:
+            return f"{chooser.choice(['rankdir=LR', 'label = x'])}"
+        if kind in (3, 4):
+            return f" {sign} ".join(name() for _ in range(chooser.randrange(2, 4))) + attributes()
+        inner = f"{{ {'; '.join(statement(sign, 0) for _ in range(2))} }}"
+        return f"subgraph {chooser.choice('xyz')} {inner}" if kind == 5 else f"{name()} {sign} {{ {name()}; {name()} }}"
+    for _ in range(30):
+        directed = chooser.random() < 0.5
+        lines = [statement("->" if directed else "--", 1) + chooser.choice([";", "", " // end"]) for _ in range(8)]
+        text = f"{'digraph' if directed else 'graph'} g {{\n" + "\n".join(lines) + "\n}\n"
+        quick, slow = _Reader(text).build.G, _by_pydot(text)
+
+        def all_of(G):
+            edges = [((u, v) if G.is_directed() else frozenset((u, v)), tuple(sorted(data.items())))
+                     for u, v, data in G.edges(data=True)]
+            return dict(G.nodes(data=True)), collections.Counter(edges)
+        assert all_of(quick) == all_of(slow), text
+
+
+def grid(columns, rows):
+    G = nx.grid_2d_graph(columns, rows)
+    for number, node in enumerate(G):
+        G.nodes[node].update(color="red" if number % 2 else "#0000FF", size=2.0, kind="odd" if number % 2 else "even")
+    nx.set_edge_attributes(G, 0.5, "weight")
+    return nx.convert_node_labels_to_integers(G)
+
+
+def dot_of(G, path):
+    with open(path, "w", encoding="ascii") as file:
+        file.write("graph {\n" + "".join(f'{n} [color="{d["color"]}", size=2];\n' for n, d in G.nodes(data=True)) +
+                   "".join(f"{u} -- {v};\n" for u, v in G.edges) + "}\n")
+
+
+def edges_of(G, path):
+    with open(path, "w", encoding="ascii") as file:
+        file.write("".join(f"{n} color={d['color']} size=2\n" for n, d in G.nodes(data=True)))
+        file.write("".join(f"{u} {v}\n" for u, v in G.edges))
+
+
+def json_of(G, path):
+    pathlib.Path(path).write_text(json.dumps(nx.node_link_data(G)), encoding="ascii")
+
+
+WRITERS = {"graphml": nx.write_graphml, "gexf": nx.write_gexf, "gml": nx.write_gml, "dot": dot_of, "edges": edges_of,
+           "json": json_of}
+
+
+@pytest.mark.parametrize("ending", WRITERS)
+def test_what_is_loaded_is_in_the_window(display, window, tmp_path, ending):
+    G, file = grid(4, 3), tmp_path / f"grid.{ending}"
+    WRITERS[ending](G, str(file))
+    status, output, errors = load(file, "--no-labels", "--no-arrows")
+    assert (status, errors) == (0, "") and re.fullmatch(r"12 vertices and 17 edges in \d+\.\d s\n", output)
+    assert len(window.there("vertex")) == 12 and len(window.there("edge")) == 17
+    assert nx.is_isomorphic(nx.Graph(tessarel.networkx.to_networkx(window)), G)
+    seen(display, RED), seen(display, BLUE)
+
+
+def test_options_choose_what_attributes_become(window, tmp_path):
+    file = tmp_path / "grid.graphml"
+    nx.write_graphml(grid(4, 3), str(file))
+    stranger = Client().new_vertex()
+    assert load(file, "--color", "kind", "--size", "degree", "--label", "id", "--strength", "weight", "--edge-label", "weight",
+                "--arrows", "--quiet") == (0, "", "")
+    vertices = list(window.vertices.values())
+    assert {vertex.label for vertex in vertices} == {str(n) for n in range(12)}
+    assert len({vertex.color for vertex in vertices}) == 2 and {vertex.size for vertex in vertices} == {0.5, 1.75, 3.0}
+    for edge in window.edges.values():
+        assert (edge.label, edge.strength, edge.arrow or edge.style.arrow) == ("0.5", 1.1, True)
+    assert load(file, "--clear", "--quiet")[0] == 0 and Client().remove_vertex(stranger) == -1
+
+
+@pytest.mark.parametrize("arguments, status, complaint", [
+    ([], 2, "required: FILE"), (["graph.xyz"], 2, "cannot tell the format"), (["{}", "--format", "png"], 2, "invalid choice"),
+    (["{}", "--col", "x"], 2, "unrecognized"),
+    (["{}", "--color", "nope"], 2, "no vertex has an attribute 'nope'; there are kind"),
+    (["{}", "--size", "kind"], 2, "size: the 'kind' of 'a' is no number"), (["{}", "--port", "70000"], 2, "no such port"),
+    (["{}", "--follow"], 2, "from standard input"), (["-", "--follow", "--size", "x"], 2, "do not go together"),
+])
+def test_wrong_usage_is_told_and_shows_nothing(window, tmp_path, arguments, status, complaint):
+    file = tmp_path / "a.edges"
+    file.write_text("a kind=big\nb\na b\n", encoding="ascii")
+    done, output, errors = load(*[argument.format(file) for argument in arguments])
+    assert (done, output) == (status, "") and complaint in errors and not window.ever["vertex"]
+
+
+def test_without_a_server_it_says_so(tmp_path):
+    status, output, errors = load(tmp_path / "a.edges", "--port", 1)
+    assert (status, output) == (3, "") and re.match("tessarel-load: no Tessarel server at 127.0.0.1:1; start one with", errors)
+
+
+def test_ctrl_c_leaves_a_graph_whose_edges_have_their_ends(window, tmp_path):
+    G = nx.gnm_random_graph(3000, 6000, SEED)
+    nx.set_node_attributes(G, 2.0, "size")
+    nx.set_node_attributes(G, "red", "color")
+    file = tmp_path / "a.gml"
+    nx.write_gml(G, str(file))
+    window.interrupt_at = {700}
+    status, output, errors = load(file)
+    told = re.fullmatch(r"tessarel-load: interrupted; shown are ([\d,]+) vertices and ([\d,]+) edges of 3,000 and 6,000, "
+                        r"and each edge has both its ends\n", errors)
+    vertices, edges = (int(number.replace(",", "")) for number in told.groups())
+    assert (status, output) == (130, "") and 700 <= vertices < 1500 and 0 < edges < 6000
+    there = window.there("vertex")
+    assert there == window.ever["vertex"] == set(window.vertices) and len(there) == vertices
+    assert window.there("edge") == window.ever["edge"] and len(window.ever["edge"]) == edges
+    assert all(edge.first.id in there and edge.second.id in there for edge in window.edges.values())
+    assert all((vertex.size, vertex.color) == (2.0, "#FF0000") for vertex in window.vertices.values())
+
+
+def test_a_second_ctrl_c_does_not_wait(window, tmp_path):
+    file = tmp_path / "a.edges"
+    edges_of(grid(40, 40), file)
+    window.interrupt_at = {300, 301}
+    status, output, errors = load(file)
+    assert (status, output) == (130, "") and "interrupted twice" in errors and len(window.ever["vertex"]) < 400
+
+
+def test_the_graph_grows_all_the_way(display, window, program, tmp_path):
+    """The picture is looked at from outside while the loader runs."""
+    file = tmp_path / "tree.edges"
+    file.write_text("".join(f"{n} {n // 2} 1\n" for n in range(1, 6000)), encoding="ascii")
+    pixels = []
+    with start(file, "--quiet", "--no-labels") as loader:
+        while loader.poll() is None:
+            pixels.append(display.picture().lit().count)
+            time.sleep(0.05)
+    assert loader.returncode == 0
+    assert len({count for count in pixels if 0 < count < max(pixels)}) >= 4, pixels
+
+
+def test_a_terminal_gets_a_progress_bar(window, tmp_path):
+    file = tmp_path / "grid.edges"
+    edges_of(grid(30, 30), file)
+    for options, wanted in [([], True), (["--quiet"], False)]:
+        ours, theirs = pty.openpty()
+        with start(file, "--clear", *options, stderr=theirs, stdout=subprocess.DEVNULL) as loader:
+            os.close(theirs)
+            shown = b""
+            with contextlib.suppress(OSError):          # its end, at a terminal
+                while data := os.read(ours, 4096):
+                    shown += data
+        os.close(ours)
+        assert loader.returncode == 0 and (b"/2640 " in shown) is wanted
+
+
+class Follower:
+    """The loader following a pipe."""
+
+    def __init__(self, *options):
+        self.process = start("-", "--follow", "--clear", *options, stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                             stderr=subprocess.PIPE)
+        self.output, self.errors = Lines(self.process.stdout), Lines(self.process.stderr)
+
+    def say(self, *lines):
+        self.process.stdin.write("".join(f"{line}\n" for line in lines))
+        self.process.stdin.flush()
+
+    def end(self):
+        status = self.process.wait(30 * SLOWNESS)
+        self.output.thread.join()
+        self.errors.thread.join()
+        return status, self.output.lines, self.errors.lines
+
+
+def test_lines_show_as_they_come(display, window):
+    follower = Follower("--no-labels")
+    follower.say("a b", "a color=red size=3")
+    seen(display, RED)
+    follower.say("a c \"no end", "-x", "b color=blue size=3", "a color=nothing", "-a b c")
+    seen(display, BLUE)
+    assert [match.group() for match in [follower.errors.wait_for(r"^tessarel-load: standard input:7.*")]]
+    follower.say("-a")
+    wait_until(lambda: display.picture().tinted(RED, 4).count == 0, "the red vertex to go")
+    follower.say("# nothing", "", "b b", "b c stroke=dashed")
+    follower.process.stdin.write("b d")           # the last line has no end
+    follower.process.stdin.close()
+    status, output, errors = follower.end()
+    assert (status, output) == (1, ["13 lines; 3 vertices and 2 edges are shown; 4 bad lines"])
+    assert errors == [f"tessarel-load: standard input:{line}" for line in [
+        "3: a quote is not closed", "4: there is no vertex 'x'", "6: color cannot be 'nothing'",
+        '7: "-" wants one name, or two, of what is to go']]
+
+
+def test_ctrl_c_ends_following_and_tells_what_is_there(window):
+    follower = Follower()
+    follower.say(*[f"{number} {number + 1}" for number in range(5000)], "x" * 300000)
+    follower.errors.wait_for("^tessarel-load: standard input:5001: longer than 65536 characters$", seconds=30)
+    follower.process.send_signal(signal.SIGINT)
+    assert follower.end()[:2] == (130, ["5,001 lines; 5,001 vertices and 5,000 edges are shown; 1 bad lines"])
+
+
+@pytest.mark.parametrize("arrows", [True, False])
+def test_a_stream_makes_the_graph_that_its_lines_say(window, arrows):
+    chooser = random.Random(SEED)
+    stream, G, bad = Stream(window, arrows, True), (nx.DiGraph if arrows else nx.Graph)(), 0
+    for _ in range(400):
+        a, b = chooser.choice("abcdefg"), chooser.choice("abcdefg")
+        line, change = chooser.choice([
+            (f"{a} {b} width=2", lambda: G.add_edge(a, b) if a != b else G.add_node(a)), (f"{a} size=2", lambda: G.add_node(a)),
+            (f"-{a} {b}", lambda: G.remove_edge(a, b)), (f"- {a}", lambda: G.remove_node(a))])
+        try:
+            change()
+            stream.take(line)
+        except nx.NetworkXError:
+            bad += 1
+            with pytest.raises(BadLine):
+                stream.take(line)
+    names = {vertex.id: name for name, vertex in stream.vertices.items()}
+    edges = [(names[edge.first.id], names[edge.second.id]) for edge in stream.edges.values()]
+    assert bad and set(names.values()) == set(G) and nx.utils.edges_equal(edges, G.edges if arrows else nx.Graph(edges).edges)
+    assert {frozenset(pair) if not arrows else pair for pair in edges} == {frozenset(e) if not arrows else e for e in G.edges}
+    assert window.there("vertex") == set(names) and window.there("edge") == {edge.id for edge in stream.edges.values()}
+
+
+def test_a_server_that_goes_or_a_window_that_is_cleared_ends_it(window, tmp_path):
+    file = tmp_path / "a.edges"
+    file.write_text("a b\nb c\n", encoding="ascii")
+    stranger = Client()
+    before = window.new_edge
+
+    def cleared(*arguments, **attributes):
+        stranger.clear()
+        return before(*arguments, **attributes)
+    window.new_edge = cleared
+    window.batch = lambda: contextlib.nullcontext()         # each call at once
+    status, output, errors = load(file, "--no-arrows")
+    assert (status, output) == (4, "") and re.match(r"tessarel-load: new_edge_w_id\(\d+, \d+, \d+\) failed: .*not there", errors)
