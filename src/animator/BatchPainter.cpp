@@ -20,6 +20,15 @@ void BatchPainter::begin() {
   glGetFloatv(GL_MODELVIEW_MATRIX, modelview);
   depthRow = Vector(modelview[2], modelview[6], modelview[10]);
   depthOffset = modelview[14];
+  findEdgesOfWindow();
+}
+
+/// A viewport that is slid aside leaves part of the window out, but a bitmap that begins in the one goes on in the other.
+void BatchPainter::findEdgesOfWindow() {
+  GLint viewport[4];
+  glGetIntegerv(GL_VIEWPORT, viewport);
+  rightEdge = static_cast<float>(std::max(glutGet(GLUT_WINDOW_WIDTH), viewport[0] + viewport[2]));
+  topEdge = static_cast<float>(std::max(glutGet(GLUT_WINDOW_HEIGHT), viewport[1] + viewport[3]));
 }
 
 void BatchPainter::setColour(const Vector& newColour) {
@@ -88,12 +97,13 @@ void BatchPainter::text(std::string_view text, void* font, const Vector& textCol
   const float depth = 2.0F * raster[2] - 1.0F;
   ++pieces;
   for (const char c : text) {
+    if (raster[0] > rightEdge + GlyphAtlas::overhang) break;  // nor does anything behind it reach back into the window
     const GlyphAtlas::Glyph& glyph = (*glyphs)[static_cast<unsigned char>(c)];
-    if (glyph.width > 0) {
-      const float x = std::floor(raster[0] + forgiven) + static_cast<float>(glyph.x);
-      const float y = bottom + static_cast<float>(glyph.y);
-      const auto w = static_cast<float>(glyph.width);
-      const auto h = static_cast<float>(glyph.height);
+    const float x = std::floor(raster[0] + forgiven) + static_cast<float>(glyph.x);
+    const float y = bottom + static_cast<float>(glyph.y);
+    const auto w = static_cast<float>(glyph.width);
+    const auto h = static_cast<float>(glyph.height);
+    if (w > 0.0F && x < rightEdge && x + w > 0.0F && y < topEdge && y + h > 0.0F) {
       const auto s = static_cast<float>(glyph.textureX);
       const auto t = static_cast<float>(glyph.textureY);
       glyphCorners.push_back({s, t, textColour, {x, y, depth}});

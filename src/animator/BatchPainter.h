@@ -21,7 +21,7 @@ namespace quorel {
 /// coincidence where a line runs parallel to the picture, as in a flat graph seen from the front, since text does so
 /// always: such lines, and curves, draw everything that came before them first.
 /// Threading:  the main thread.
-/// Cost:       O(1) a piece, and a few changes of state a batch.
+/// Cost:       O(1) a piece, and a few changes of state a batch; a text costs what of it lies in the window.
 class BatchPainter final : public Painter {
 public:
   /// The renderer of curves is not owned.
@@ -75,6 +75,7 @@ private:
   void drawLines();
   void drawHeads();
   void drawTexts();
+  void findEdgesOfWindow();
   bool isParallelToPicture(const Vector& p, const Vector& q) const;
 
   /// Pieces after which a vertex ends a batch. Fewer keep closer to the order of arrival and let the driver begin
@@ -91,6 +92,9 @@ private:
   /// Third row of the modelview of lines: the depth of a point.
   Vector depthRow;
   float depthOffset = 0.0F;
+  /// Of the window, in pixels from its lower left corner: what lies beyond is not seen.
+  float rightEdge = 0.0F;
+  float topEdge = 0.0F;
   std::vector<LineEnd> lineEnds;
   std::vector<Run> runs;
   std::vector<Head> heads;

@@ -15,8 +15,8 @@ namespace {
 // Out of sight each character has a cell of its own, in 16 rows of 16.
 constexpr int cellsAcross = 16;
 constexpr int cellSize = 48;
-/// From the cell's corner to the raster position in it: dots may lie to the left of that and below.
-constexpr int margin = 12;
+/// From the cell's corner to the raster position in it.
+constexpr int margin = GlyphAtlas::overhang;
 constexpr int sheetSize = cellsAcross * cellSize;
 
 /// A framebuffer of our own, bound as long as it lives.

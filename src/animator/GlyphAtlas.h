@@ -31,6 +31,9 @@ public:
   /// Of the texture, in pixels each way.
   static constexpr int size = 512;
 
+  /// Pixels by which the dots of a character may lie to the left of its raster position, or below, at most.
+  static constexpr int overhang = 12;
+
   /// A font by its name in GLUT. Null where OpenGL cannot draw out of sight or the texture is full.
   const Font* font(void* glutFont);
 

@@ -181,5 +181,28 @@ TEST_F(BatchPainterTest, everyCharacterOfEveryFontAndTextAtTheBordersOfASlidView
   }
 }
 
+// Labels that go on far beyond the window: only what is seen of them is drawn, and all of that.
+TEST_F(BatchPainterTest, giantLabelsUpToAndAcrossEveryEdgeOfTheWindow) {
+  for (const auto& [family, size] : {std::pair{"Helvetica", 18}, {"Times Roman", 24}}) {
+    layout.clear();
+    for (int i = 0; i < 120; ++i) {
+      Scene::Vertex* v = scene.vertex(uniform(-2.1F, 2.1F), uniform(-1.6F, 1.6F), uniform(-1, 1));
+      v->style.set_shape(Shape::none);
+      v->style.set_fontcolor(colour());
+      v->style.set_fontfamily(family);
+      v->style.set_fontsize(size);
+      std::string text;
+      for (int c = 0; c < 600; ++c) text += static_cast<char>(1 + pick(255));
+      v->style.set_label(text);
+    }
+    for (const auto& [x, y] : {std::pair{0, 0}, {90, 40}, {-61, -17}, {-250, 150}}) {
+      animator.viewport_x = x;
+      animator.viewport_y = y;
+      animator.ReshapeFunc(Scene::width - 3, Scene::height - 7);
+      expectSamePicture(family + std::string(", slid by ") + std::to_string(x));
+    }
+  }
+}
+
 }  // namespace
 }  // namespace quorel
