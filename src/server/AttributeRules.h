@@ -102,15 +102,26 @@ struct ColourOrIndex {
   }
 };
 
-/// A text of at most so many bytes.
+/// Bytes of a text or URL from a client at most: values are kept as long as the process lives.
+constexpr std::size_t longestText = 4096;
+
 struct Text {
   using Value = std::string;
   static constexpr std::string_view refusal = "";
 
-  std::size_t longest = std::string::npos;
-
-  bool accepts(const char* text) const { return longest == std::string::npos || std::strlen(text) <= longest; }
+  static bool accepts(std::string_view text) { return text.size() <= longestText; }
   static std::string read(const char* text) { return text; }
+};
+
+/// The name of a font's family, any text. What is kept of it is never given back, and no font has a longer name: of a
+/// longer text only the beginning is kept, which names no font either.
+struct FontFamily {
+  using Value = std::string;
+  static constexpr std::string_view refusal = "";
+  static constexpr std::size_t longest = 64;
+
+  static bool accepts(const char*) { return true; }
+  static std::string read(const char* text) { return {text, strnlen(text, longest)}; }
 };
 
 /// One of the line patterns, sixteen bits of on and off.
@@ -157,7 +168,7 @@ struct CallbackUrl {
   using Value = boost::shared_ptr<VertexCallback>;
   static constexpr std::string_view refusal = "tessarel: unsupported callback type \"%\"";
 
-  static bool accepts(std::string_view text) { return text.starts_with("http://"); }
+  static bool accepts(std::string_view text) { return text.starts_with("http://") && text.size() <= longestText; }
   static Value read(const char* text) { return Value(new XMLRPC_VertexCallback(text)); }
 };
 

@@ -50,7 +50,11 @@ inline const Refused notPositive = {"0", "-1", "abc", ""};
 inline const Taken colours = {{"#FF0000", "[1,0,0]"}, {"#0000ff", "[0,0,1]"}, {"0", "[0,0,0]"}};
 inline const Refused notColours = {"#FF00", "#FF00001", "red", "+1", "1 "};
 inline const std::string notColour = "tessarel: invalid palette index \"%\"";
-inline const Taken families = {{"Times Roman", "Times Roman"}, {"", ""}};
+// Any text is taken, but what no font is called need not be kept to the end.
+inline const Taken families = {{"Times Roman", "Times Roman"},
+                               {"", ""},
+                               {"Helvetica, if there is", "Helvetica, if there is"},
+                               {"Times Roman" + longest, "Times Roman" + longest.substr(0, 53)}};
 inline const Taken counts = {{"1", "1"}, {"12.7", "12"}, {"40", "40"}};
 inline const Refused notCounts = {"0", "-4", "big", ""};
 inline const Taken labels = {{"label", "label"}, {longest, longest}, {"", ""}};
@@ -58,8 +62,8 @@ inline const Taken strokes = {{"none", "0"}, {"dashed", "61680"}, {"dotted", "13
 inline const Taken shapes = {{"none", "0"},       {"sphere", "1"},       {"CONE", "2"},
                              {"Torus", "3"},      {"tetrahedron", "4"},  {"CuBe", "5"},
                              {"octahedron", "6"}, {"dodecahedron", "7"}, {"icosahedron", "8"}};
-inline const Taken urls = {{"http://x/y", "some"}, {"http://", "some"}};
-inline const Refused notUrls = {"https://x/y", "ftp://x/y", "HTTP://x/y", "x/y", ""};
+inline const Taken urls = {{"http://x/y", "some"}, {"http://", "some"}, {"http://" + longest.substr(7), "some"}};
+inline const Refused notUrls = {"https://x/y", "ftp://x/y", "HTTP://x/y", "x/y", "", "http://" + longest.substr(6)};
 
 }  // namespace examples
 
