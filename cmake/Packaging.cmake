@@ -33,8 +33,12 @@ install(FILES ${packaging}/tessarel.svg DESTINATION ${CMAKE_INSTALL_DATADIR}/ico
 install(FILES ${packaging}/tessarel-48.png RENAME tessarel.png
   DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/48x48/apps)
 install(FILES docs/client-interface.md docs/controls.md DESTINATION ${CMAKE_INSTALL_DOCDIR})
-install(DIRECTORY examples/clients/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples USE_SOURCE_PERMISSIONS
-  PATTERN .gitignore EXCLUDE PATTERN node_modules EXCLUDE)
+# Whatever the checkout's permissions are.
+set(readable OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)
+set(executable ${readable} OWNER_EXECUTE GROUP_EXECUTE WORLD_EXECUTE)
+install(DIRECTORY examples/clients/ DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples FILE_PERMISSIONS ${readable}
+  PATTERN .gitignore EXCLUDE PATTERN node_modules EXCLUDE
+  PATTERN *.rb PERMISSIONS ${executable} PATTERN *.sh PERMISSIONS ${executable})
 
 foreach(component server python)
   set(package tessarel)
@@ -48,8 +52,8 @@ foreach(component server python)
 endforeach()
 install(FILES ${packed}/tessarel-load.1.gz DESTINATION share/man/man1 COMPONENT python EXCLUDE_FROM_ALL)
 install(FILES clients/python/README.md docs/loader.md DESTINATION share/doc/python3-tessarel COMPONENT python
-  EXCLUDE_FROM_ALL OPTIONAL)
-install(DIRECTORY examples/ DESTINATION share/doc/python3-tessarel/examples USE_SOURCE_PERMISSIONS COMPONENT python
+  EXCLUDE_FROM_ALL)
+install(DIRECTORY examples/ DESTINATION share/doc/python3-tessarel/examples FILE_PERMISSIONS ${executable} COMPONENT python
   EXCLUDE_FROM_ALL FILES_MATCHING PATTERN *.py PATTERN tessarel EXCLUDE PATTERN clients EXCLUDE PATTERN __pycache__ EXCLUDE)
 install(CODE "set(source \"${PROJECT_SOURCE_DIR}/clients/python\")\nset(scratch \"${packed}/python\")"
   COMPONENT python EXCLUDE_FROM_ALL)
@@ -62,8 +66,7 @@ set(CPACK_PACKAGE_CONTACT "The Tessarel maintainers <maintainers@tessarel.exampl
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")  # each has its own, in the first line of its description
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS ${executable})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_PRIORITY optional)
