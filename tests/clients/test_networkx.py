@@ -177,6 +177,33 @@ def test_an_edge_of_the_window_joins_what_the_graph_s_edge_joins(window):
         assert [key for key, answer in zip(numbers, answers[1:]) if answer == 0] == list(H.edges(keys=True))
 
 
+@pytest.mark.parametrize("kind", LIVE)
+def test_dictionaries_put_in_place_of_others_are_watched_too(window, kind):
+    """Whoever extends networkx may do so."""
+    G = window.live(kind)([(1, 2), (2, 3), (1, 3)])
+    data = {0: {}} if G.is_multigraph() else {}
+    G._adj[1] = {2: data}
+    if G.is_directed():
+        G._pred[3] = {2: G._pred[3][2]}
+    else:
+        G._adj[3] = {2: G._adj[3][2]}
+        G._adj[2][1] = G._adj[1][2]
+    agree(window, [G])
+    assert G.number_of_edges() == 2
+    G._node = {1: {}, 2: {}, 3: {"color": "red"}, 4: {}}
+    G._adj[4], G._adj[1][4] = {}, {**data}
+    agree(window, [G])
+    G.nodes[4]["color"] = G.nodes[3]["color"]
+    assert G.vertex(4).color == G.vertex(3).color == "#FF0000"
+
+
+def test_labels_are_made_to_fit(window):
+    G = window.live(LiveGraph)()
+    G.add_nodes_from(["x" * 5000, "é" * 3000, "a\0b\nc", "\ud800", "<&>"])
+    assert [G.vertex(node).label for node in G] == ["x" * 4096, "é" * 2048, "a b c", "", "<&>"]
+    agree(window, [G])
+
+
 def test_colours_change_and_go_as_attributes_do(display, window):
     G = window.live(LiveGraph)(names=False)
     G.add_edge(1, 2)
