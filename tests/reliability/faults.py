@@ -4,15 +4,16 @@
 usage: tests/reliability/faults.py [--from 1] [--to 40]
 
 For each CALL of malloc, pthread_create, accept, socket and each n of the range: the n-th such call after the server is up
-fails, while a client calls, a vertex is double-clicked and the picture moves; malloc also once and for all from the n-th
-call on. The server must go on answering, or end with a message and its status; it must never hang. Prints a table of what
-happened.
+fails, while clients call, a vertex is double-clicked again and again and the picture moves; malloc also once and for all
+from the n-th call on. The server must go on answering, or end with a message and its status; it must never hang. Prints a
+table of what happened. Ends with status 1 if it was none of that, or if a fault did not strike.
 """
 import argparse
 import collections
 import http.client
 import os
 import pathlib
+import struct
 import sys
 import tempfile
 import threading
@@ -29,6 +30,8 @@ from support.program import PORT, URL, Program           # noqa: E402
 
 CALLS = ["malloc", "pthread_create", "accept", "socket"]
 PATIENCE = 20.0
+FOR_GOOD = 10**9
+MIDDLE = (400, 300)
 
 
 class SlowTransport(xmlrpc.client.Transport):
@@ -45,41 +48,76 @@ def call(method, *arguments):
         return getattr(server.tessarel, method)(*arguments)
 
 
-def work(display):
-    """What a client and a person do while the fault strikes. Errors of single calls are the fault's doing."""
+class Strikes:
+    """The planned faults as the probe counts them."""
+
+    def __init__(self, path, function, planned):
+        self.path, self.function = path, function
+        self.planned = 1 if planned == FOR_GOOD else planned
+
+    def counts(self):
+        """(calls of the function since the server was up, those of them that failed)"""
+        with open(self.path, "rb") as file:
+            return struct.unpack("qq", file.read(16))
+
+    def missing(self):
+        calls, failed = self.counts()
+        return "" if failed >= self.planned else f"NOT STRUCK: {failed} of {self.planned} in {calls} calls of {self.function}"
+
+
+def set_the_stage():
+    """Before the faults: a vertex that no double click misses, and nobody at its call back's address."""
+    call("set_vertex_style_attribute", 0, "callback_left_doubleclick", f"http://127.0.0.1:{PORT + 1}/RPC2/click")
+    vertex = call("new_vertex")
+    call("set_vertex_attribute", vertex, "size", "4")
+
+
+def work(display, program, strikes):
+    """What clients and a person do until the fault has struck. Errors of single calls are the fault's doing.
+
+    Each call is a connection of its own, and so a call of accept and of pthread_create; each call back is one of socket.
+    """
     def client():
-        for i in range(60):
+        for _ in range(60):
             try:
                 vertex = call("new_vertex")
                 call("set_vertex_attribute", vertex, "label", "vertex" * 20)
-                call("set_vertex_attribute", vertex, "callback_left_doubleclick", f"http://127.0.0.1:{PORT + 1}/RPC2/click")
-                if i % 5 == 4:
-                    call("remove_vertex", vertex)
+                call("set_vertex_attribute", vertex, "size", "0.5")
+                call("remove_vertex", vertex)           # or they would push the one that is clicked out of the middle
             except (OSError, xmlrpc.client.Error, http.client.HTTPException, xml.parsers.expat.ExpatError):
                 pass
     threads = [threading.Thread(target=client) for _ in range(3)]
     for thread in threads:
         thread.start()
-    display.double_click(400, 300)
+    display.clicks(MIDDLE, 5)
     for thread in threads:
         thread.join(PATIENCE * 60)
+    end = time.monotonic() + 10 * PATIENCE
+    while strikes.missing() and program.alive() and time.monotonic() < end:
+        display.clicks(MIDDLE, 20)
 
 
 def outcome(display, folder, function, n, count):
-    armed = os.path.join(folder, "armed")
-    if os.path.exists(armed):
-        os.remove(armed)
-    os.environ.update(LD_PRELOAD=os.path.join(folder, "probe.so"), PROBE_FAIL=f"{function}:{n}:{count}", PROBE_ARMED=armed)
+    armed, struck = (os.path.join(folder, name) for name in ("armed", "struck"))
+    for path in (armed, struck):
+        pathlib.Path(path).unlink(missing_ok=True)
+    plan = {"LD_PRELOAD": os.path.join(folder, "probe.so"), "PROBE_FAIL": f"{function}:{n}:{count}", "PROBE_ARMED": armed,
+            "PROBE_STRUCK": struck}
+    os.environ.update(plan)
     program = Program(display, wait=False)
-    for name in ["LD_PRELOAD", "PROBE_FAIL", "PROBE_ARMED"]:
+    for name in plan:
         del os.environ[name]
+    strikes = Strikes(struck, function, count)
     try:
         program.wait_until_answering()
+        set_the_stage()
         pathlib.Path(armed).touch()
-        work(display)
+        work(display, program, strikes)
+        if strikes.missing():
+            return strikes.missing()
         if program.alive():
             try:
-                return "went on" if call("clear") == 0 else "answers nonsense"
+                return "struck, went on" if call("clear") == 0 else "answers nonsense"
             except OSError as error:
                 time.sleep(2)                            # the way out may take a moment
                 if program.alive():
@@ -90,7 +128,7 @@ def outcome(display, folder, function, n, count):
         message = said[-1] if said else ""
         if not message:
             return f"ENDED WITHOUT A MESSAGE, status {status}"
-        return f"ended, status {status}: {message}"
+        return f"struck, ended, status {status}: {message}"
     finally:
         if program.alive():
             program.kill()
@@ -128,12 +166,12 @@ def main():
             for n in range(options.first, options.last + 1):
                 seen[outcome(display, folder, function, n, 1)] += 1
                 if function == "malloc":
-                    seen[outcome(display, folder, function, n, 10**9) + " (all from there on)"] += 1
+                    seen[outcome(display, folder, function, n, FOR_GOOD) + " (all from there on)"] += 1
             if function in ("accept", "socket"):
                 seen[outcome(display, folder, function, 1, 500) + " (500 in a row)"] += 1
             for text, times in seen.most_common():
                 print(f"{function:16} {times:4} times: {text}", flush=True)
-                bad += times * any(word in text for word in ("HANGS", "WITHOUT", "nonsense"))
+                bad += times * any(word in text for word in ("HANGS", "WITHOUT", "nonsense", "NOT STRUCK"))
         display.stop()
         end = dying_screen(folder)
         print(f"{'the screen dies':16}    1 times: {end}")

@@ -4,6 +4,7 @@
 //                        reader last set it to 0: two 64-bit integers, the second in nanoseconds.
 //   PROBE_FAIL=CALL:N:M  after the file PROBE_ARMED exists, M calls from the Nth on fail. CALL is malloc, pthread_create,
 //                        accept or socket.
+//   PROBE_STRUCK=FILE    FILE holds the number of such calls since then, and of those that failed: two 64-bit integers.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
@@ -25,19 +26,26 @@ struct Frames {
   std::atomic<std::int64_t> longestNanoseconds;
 };
 
+struct Strikes {
+  std::atomic<std::int64_t> calls;
+  std::atomic<std::int64_t> failed;
+};
+
 template <class Function>
 Function original(const char* name) {
   return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
 }
 
-Frames* openFrames() {
-  const char* path = std::getenv("PROBE_FRAMES");
+/// What others can read meanwhile: the contents of the file that the environment names. Null where it names none.
+template <class Contents>
+Contents* openShared(const char* variable) {
+  const char* path = std::getenv(variable);
   if (path == nullptr) return nullptr;
   const int file = open(path, O_RDWR | O_CREAT, 0644);
-  if (file < 0 || ftruncate(file, sizeof(Frames)) != 0) return nullptr;
-  void* memory = mmap(nullptr, sizeof(Frames), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  if (file < 0 || ftruncate(file, sizeof(Contents)) != 0) return nullptr;
+  void* memory = mmap(nullptr, sizeof(Contents), PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
   close(file);
-  return memory == MAP_FAILED ? nullptr : static_cast<Frames*>(memory);
+  return memory == MAP_FAILED ? nullptr : static_cast<Contents*>(memory);
 }
 
 std::int64_t now() {
@@ -56,7 +64,8 @@ struct Plan {
 Plan plan;
 bool planned = false;
 std::atomic<bool> armed{false};
-std::atomic<long> calls{0};
+Strikes unseen;
+Strikes* strikes = &unseen;
 
 __attribute__((constructor)) void readPlan() {
   const char* text = std::getenv("PROBE_FAIL");
@@ -68,6 +77,7 @@ __attribute__((constructor)) void readPlan() {
   char* end = nullptr;
   plan.first = std::strtol(colon + 1, &end, 10);
   plan.count = *end == ':' ? std::strtol(end + 1, nullptr, 10) : 1;
+  if (Strikes* shared = openShared<Strikes>("PROBE_STRUCK")) strikes = shared;
   planned = true;
 }
 
@@ -77,8 +87,10 @@ bool mustFail(const char* call) {
     if (plan.armed != nullptr && access(plan.armed, F_OK) != 0) return false;
     armed = true;
   }
-  const long call_number = ++calls;
-  return call_number >= plan.first && call_number < plan.first + plan.count;
+  const std::int64_t number = ++strikes->calls;
+  if (number < plan.first || number >= plan.first + plan.count) return false;
+  ++strikes->failed;
+  return true;
 }
 
 }  // namespace
@@ -87,7 +99,7 @@ extern "C" {
 
 void glutSwapBuffers() {
   static const auto swap = original<void (*)()>("glutSwapBuffers");
-  static Frames* const frames = openFrames();
+  static Frames* const frames = openShared<Frames>("PROBE_FRAMES");
   static std::int64_t last = now();
   swap();
   const std::int64_t time = now();
