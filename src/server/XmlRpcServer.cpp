@@ -1,5 +1,6 @@
 #include "server/XmlRpcServer.h"
 
+#include <malloc.h>
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <sys/resource.h>
@@ -9,15 +10,20 @@
 #include <xmlrpc-c/server_abyss.h>
 
 #include <algorithm>
+#include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
-#include <mutex>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 
 #include "concurrency/Platform.h"
+#include "server/ByteBudget.h"
 #include "server/MethodTable.h"
 #include "server/RequestCheck.h"
 
@@ -37,26 +43,45 @@ constexpr std::size_t handlerStackBytes = 1 << 20;
 /// Longest request. A batch of some sixteen thousand calls fits; more would only let one client take more memory.
 constexpr std::size_t longestRequestBytes = std::size_t{4} << 20;
 
-/// A request takes up to 45 times its size while it is read. Those above this size are read one at a time, so that many of
-/// the longest at once do not take all memory.
-constexpr std::size_t largeRequestBytes = std::size_t{512} << 10;
+/// Longest answer. That to a batch of the most calls is half of it; listings, asked for again and again in one batch,
+/// would come to a multiple of the request.
+constexpr std::size_t longestAnswerBytes = std::size_t{8} << 20;
 
-/// How long a connection may be silent, within a request or between two, and how long it may leave an answer unread,
-/// before its thread is wanted back.
-constexpr unsigned int patienceSeconds = 15;
+/// A request takes up to 45 times its size while it is read, so only so much is read at a time. Requests up to the small
+/// size, all single calls among them, come past; the large ones take turns among themselves, for they take long.
+constexpr std::size_t smallRequestBytes = std::size_t{16} << 10;
+constexpr std::size_t largeRequestBytes = std::size_t{512} << 10;
+constexpr std::size_t budgetBytes = std::size_t{2} << 20;
+
+/// Large requests that are held in memory, in whatever state.
+constexpr std::size_t mostLargeRequests = 32;
+
+/// How long a kept connection may be silent between two requests.
+constexpr unsigned int silenceSeconds = 15;
+
+/// How long a client may take over the whole of a request, or over taking the answer.
+constexpr std::chrono::seconds patience{60};
+
+/// How often slow connections are looked for; more often when there are many.
+constexpr int lookMilliseconds = 1000;
+constexpr int lookMillisecondsWhenMany = 50;
 
 /// Pause before the accept loop starts again after a failure.
 constexpr int pauseMilliseconds = 20;
 
-/// The library waits for a free place by sleeping two seconds at a time, so there must always be one. Each connection
-/// takes three descriptors; the rest of the process has its share first.
-unsigned int mostConnections() {
+/// The library's own limit, at which it sleeps two seconds at a time. Beyond reach: descriptors run out before, and then
+/// it returns at once.
+constexpr unsigned int unreachedConnections = 1 << 16;
+
+/// Each connection takes three descriptors; the rest of the process has its share first. The limit itself is left as it
+/// is, since the client side of the library cannot handle descriptors above 1023.
+std::size_t mostConnections() {
   constexpr rlim_t descriptorsOfOthers = 100;
   constexpr rlim_t descriptorsOfConnection = 3;
   rlimit descriptors = {};
   getrlimit(RLIMIT_NOFILE, &descriptors);
   const rlim_t left = std::max(descriptors.rlim_cur, descriptorsOfOthers) - descriptorsOfOthers;
-  return static_cast<unsigned int>(std::clamp<rlim_t>(left / descriptorsOfConnection, 16, 1000));
+  return std::clamp<rlim_t>(left / descriptorsOfConnection, 16, 1000);
 }
 
 bool descriptorsAreFree() {
@@ -83,8 +108,8 @@ int listenOn(std::uint16_t port) {
   // What follows the accepted sockets inherit. An answer goes out in two writes, and the second must not wait for the
   // client to acknowledge the first.
   setsockopt(fd, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-  const timeval patience = {.tv_sec = patienceSeconds, .tv_usec = 0};
-  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+  const timeval silence = {.tv_sec = silenceSeconds, .tv_usec = 0};
+  setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &silence, sizeof silence);
   sockaddr_in address = {};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_ANY);
@@ -97,35 +122,80 @@ int listenOn(std::uint16_t port) {
   return fd;
 }
 
-/// Answers one request. The library has read it whole.
-void process(xmlrpc_env* env, void* registry, const char* body, std::size_t size, TSession*,
-             xmlrpc_mem_block** answer) {
-  const char* reason = reasonToRefuse(std::string_view(body, size));
-  if (reason == nullptr) {
-    static std::mutex& large = *new std::mutex;
-    const std::unique_lock<std::mutex> hold =
-        size > largeRequestBytes ? std::unique_lock(large) : std::unique_lock<std::mutex>();
-    xmlrpc_registry_process_call2(env, static_cast<xmlrpc_registry*>(registry), body, size, nullptr, answer);
-    return;
-  }
+/// The table of the server that is running; the library's handlers know their session alone.
+std::atomic<ConnectionTable*> connectionTable = nullptr;
+
+ConnectionTable::Peer peerOf(TSession* session) {
+  void* information = nullptr;
+  SessionGetChannelInfo(session, &information);
+  const auto* channel = static_cast<const abyss_unix_chaninfo*>(information);
+  sockaddr_in address = {};
+  std::memcpy(&address, &channel->peerAddr, sizeof address);
+  return ConnectionTable::peerOf(address);
+}
+
+void answerWithFault(xmlrpc_env* env, int code, const char* reason, xmlrpc_mem_block** answer) {
   xmlrpc_env fault;
   xmlrpc_env_init(&fault);
-  xmlrpc_env_set_fault(&fault, XMLRPC_PARSE_ERROR, reason);
+  xmlrpc_env_set_fault(&fault, code, reason);
   *answer = xmlrpc_mem_block_new(env, 0);
   if (!env->fault_occurred) xmlrpc_serialize_fault(env, *answer, &fault);
   xmlrpc_env_clean(&fault);
 }
 
-/// A browser names the page that a request comes from; no other client does. A page must not drive the server of
-/// whoever looks at it, so such a request is refused before anything of it is read, and the connection closed.
-void refusePages(void*, TSession* session, abyss_bool* handled) {
-  *handled = RequestHeaderValue(session, "origin") != nullptr;
-  if (*handled) ResponseStatus(session, 403);
+void call(xmlrpc_env* env, xmlrpc_registry* registry, std::string_view body, xmlrpc_mem_block** answer) {
+  static ByteBudget& medium = *new ByteBudget(budgetBytes);
+  static ByteBudget& large = *new ByteBudget(budgetBytes);
+  std::optional<ByteBudget::Share> share;
+  if (body.size() > smallRequestBytes) share.emplace(body.size() > largeRequestBytes ? large : medium, body.size());
+  xmlrpc_registry_process_call2(env, registry, body.data(), body.size(), nullptr, answer);
+  if (!env->fault_occurred && XMLRPC_MEMBLOCK_SIZE(char, *answer) > longestAnswerBytes) {
+    xmlrpc_mem_block_free(*answer);
+    answerWithFault(env, XMLRPC_LIMIT_EXCEEDED_ERROR, "The answer to these calls would be too long", answer);
+  }
+  // What the calls and their answers took lies between what others still hold.
+  if (body.size() > largeRequestBytes) malloc_trim(0);
+}
+
+/// Answers one request. The library has read it whole.
+void process(xmlrpc_env* env, void* registry, const char* body, std::size_t size, TSession* session,
+             xmlrpc_mem_block** answer) {
+  ConnectionTable& table = *connectionTable;
+  const ConnectionTable::Peer peer = peerOf(session);
+  table.beginWork(peer);
+  const std::string_view request(body, size);
+  if (const char* reason = reasonToRefuse(request); reason != nullptr) {
+    answerWithFault(env, XMLRPC_PARSE_ERROR, reason, answer);
+  } else {
+    call(env, static_cast<xmlrpc_registry*>(registry), request, answer);
+  }
+  table.endWork(peer);
+}
+
+/// The length that a request's header tells, 0 if none.
+std::size_t toldBytes(TSession* session) {
+  const char* told = RequestHeaderValue(session, "content-length");
+  return told == nullptr ? 0 : std::strtoul(told, nullptr, 10);
+}
+
+/// Looks at the header of each request before anything of its body is read. A browser names the page that a request
+/// comes from, and no other client does: a page must not drive the server of whoever looks at it, so such a request is
+/// refused and the connection closed. Requests too long to have many of them in memory wait here.
+void atTheGate(void*, TSession* session, abyss_bool* handled) {
+  *handled = 1;
+  if (RequestHeaderValue(session, "origin") != nullptr) {
+    ResponseStatus(session, 403);
+  } else if (!connectionTable.load()->beginRequest(peerOf(session), toldBytes(session) > largeRequestBytes)) {
+    ResponseStatus(session, 503);
+  } else {
+    *handled = 0;
+  }
 }
 
 }  // namespace
 
-XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint16_t port) {
+XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint16_t port)
+    : connections(mostConnections(), mostLargeRequests) {
   // The library writes to connections that the client may have closed.
   std::signal(SIGPIPE, SIG_IGN);
   xmlrpc_limit_set(XMLRPC_XML_SIZE_LIMIT_ID, longestRequestBytes);
@@ -142,11 +212,11 @@ XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint
   }
   if (error == nullptr) ServerCreateSwitch(&server, chanSwitch, &error);
   if (error == nullptr) {
-    ServerSetMaxConn(&server, mostConnections());
+    ServerSetMaxConn(&server, unreachedConnections);
     ServerSetMaxConnBacklog(&server, backlog);
-    ServerSetKeepaliveTimeout(&server, patienceSeconds);
+    ServerSetKeepaliveTimeout(&server, silenceSeconds);
     ServerSetKeepaliveMaxConn(&server, 1U << 30);
-    ServerSetTimeout(&server, patienceSeconds);
+    ServerSetTimeout(&server, silenceSeconds);
 
     xmlrpc_server_abyss_handler_parms handler = {};
     handler.xml_processor = process;
@@ -157,7 +227,7 @@ XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint
 
     // The handler added last is asked first.
     const ServerReqHandler3 gate = {
-        .term = nullptr, .handleReq = refusePages, .userdata = nullptr, .handleReqStackSize = 0};
+        .term = nullptr, .handleReq = atTheGate, .userdata = nullptr, .handleReqStackSize = 0};
     abyss_bool added = 0;
     ServerAddHandler3(&server, &gate, &added);
     if (!added && !env->fault_occurred)
@@ -181,13 +251,25 @@ std::uint16_t XmlRpcServer::port() const {
 }
 
 void XmlRpcServer::serve() {
+  connectionTable = &connections;
+  std::thread watcher(&XmlRpcServer::watch, this);
   while (!stopping) {
     // Returns on the first failure to take a connection, and has then told so on standard output. Those at work go on.
     ServerRun(&server);
     do {
-      if (stopping) return;
+      if (stopping) break;
+      connections.look(port(), patience);
       sleepMilliseconds(pauseMilliseconds);
     } while (!descriptorsAreFree());
+  }
+  watcher.join();
+}
+
+void XmlRpcServer::watch() {
+  while (!stopping) {
+    const std::size_t count = connections.look(port(), patience);
+    const bool many = 2 * count > mostConnections();
+    sleepMilliseconds(many ? lookMillisecondsWhenMany : lookMilliseconds);
   }
 }
 

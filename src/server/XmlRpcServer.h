@@ -8,14 +8,16 @@
 #include <atomic>
 #include <cstdint>
 
+#include "server/ConnectionTable.h"
+
 namespace quorel {
 
 /// The fixed port of the client interface.
 constexpr std::uint16_t serverPort = 20738;
 
 /// The web server with the client interface behind it.
-/// Threading: made and served on one thread; each connection is served on a thread of its own that the library makes.
-///            `stop` from any thread.
+/// Threading: made and served on one thread, beside which another looks after slow connections; each connection is served
+///            on a thread of its own that the library makes. `stop` from any thread.
 /// Ownership: owns its listening socket. The registry is the caller's and outlives the server.
 class XmlRpcServer {
 public:
@@ -28,12 +30,16 @@ public:
   /// The port taken.
   std::uint16_t port() const;
 
-  /// Serves until `stop`; want of descriptors, threads or memory only makes it pause.
+  /// Serves until up to a second after `stop`; want of descriptors, threads or memory only makes it pause.
   void serve();
 
   void stop();
 
 private:
+  /// Ends slow connections, until `stop`.
+  void watch();
+
+  ConnectionTable connections;
   int listener = -1;
   TChanSwitch* chanSwitch = nullptr;
   TServer server{};
