@@ -23,7 +23,7 @@ most = max(degree.values(), default=1)
 with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
     graph.clear()
     graph.default_vertex_style.shape = "sphere"
-    graph.default_edge_style.set(color="#607080", arrow=True)
+    graph.default_edge_style.set(color="#607080", arrow=True, fontcolor="#90A4C0")
     vertices = {}
     for words in lines:
         for word in words[:2]:
