@@ -19,7 +19,7 @@ import contextlib
 import functools
 import time
 from types import TracebackType
-from typing import Any, Callable, ClassVar, Hashable, Iterable, Iterator, Mapping
+from typing import Any, Callable, ClassVar, Generator, Hashable, Iterable, Iterator, Mapping
 
 import networkx as nx
 
@@ -98,24 +98,25 @@ class Mirror:
         for _ in self.settling():
             pass
 
-    def settling(self, piece: int | None = None) -> Iterator[int]:
-        """The same, in pieces of so many vertices and edges; yields the size of each as soon as the server has it. An edge
-        comes right behind the later one of its ends, so that a graph can be watched as it grows."""
+    def settling(self, piece: int = MANY) -> Generator[int, None, None]:
+        """The same, in pieces of so many vertices and edges; yields the size of each as soon as it is on its way. An edge comes
+        right behind the later one of its ends, so that a graph can be watched as it grows. Closed early, it leaves nothing
+        half done."""
         vertices, self._vertices_touched = self._vertices_touched, {}
         edges, self._edges_touched = self._edges_touched, {}
-        work = self._in_order(vertices, edges)
-        while True:
+        with self.window.batch():
             done = 0
-            with self.window.batch():
-                for step in work:
+            try:
+                for step in self._in_order(vertices, edges):
                     step()
                     done += 1
                     if done == piece:
-                        break
-            if not done:
-                break
+                        yield done
+                        done = 0
+            finally:
+                self.point()
+        if done:
             yield done
-        self.point()
 
     def point(self) -> None:
         """Gives the edges their arrows, if they are to have some: last and all at once, since thousands of them are slow to

@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import argparse
+import contextlib
 import signal
 import sys
 import time
@@ -18,7 +19,7 @@ from .reading import FORMATS, format_of, read
 
 DONE, BAD_INPUT, USAGE, NO_SERVER, FAILED, INTERRUPTED = 0, 1, 2, 3, 4, 130
 
-PIECE = 200         # vertices and edges sent together: enough to be fast, few enough to be seen one after the other
+PIECE = 200         # vertices and edges, between which Ctrl-C is looked for and the progress bar moves
 
 DESCRIPTION = """Shows the graph in FILE in the window of a running Tessarel server. FILE is read to its end first; if it cannot
 be, nothing is shown."""
@@ -96,11 +97,10 @@ class Command:
         if options.clear:
             graph.clear()
         try:
-            with _bar(vertices + edges, options.quiet) as bar:
-                for count in mirror.settling(PIECE):
+            with _bar(vertices + edges, options.quiet) as bar, contextlib.closing(mirror.settling(PIECE)) as pieces:
+                for count in pieces:
                     bar.update(count)
                     if interrupt.asked:
-                        mirror.point()
                         break
         except KeyboardInterrupt:       # the second: whatever was under way is lost
             self.complain("interrupted twice; what was sent last may lack something")
