@@ -4,6 +4,7 @@
 #include <iostream>
 #include <string_view>
 
+#include "concurrency/Log.h"
 #include "concurrency/Platform.h"
 #include "server/Diagnostics.h"
 #include "server/GraphProxy.h"
@@ -24,7 +25,7 @@ bool scan(int argc, char** argv) {
     if (argument == "-q" || argument == "-quiet") {
       verbose = false;
     } else if (argument == "-h" || argument == "-help" || argument == "--help" || argument == "-?") {
-      std::cout << argv[0] << " [-quiet]\n";
+      writeLine(std::cout, argv[0], " [-quiet]");
       return false;
     }
   }
@@ -34,11 +35,12 @@ bool scan(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  writeWithoutWaiting();
   if (!scan(argc, argv)) return 0;
   graphProxy = new GraphProxy(argc, argv);
   pthread_t server;
   if (pthread_create(&server, nullptr, serverMain, nullptr) != 0) {
-    std::cerr << "tessarel: cannot start the server thread\n";
+    writeLine(std::cerr, "tessarel: cannot start the server thread");
     return 1;
   }
   setThreadPriority(server, serverPriority);

@@ -8,11 +8,11 @@
 #include <mutex>
 #include <optional>
 #include <string_view>
-#include <syncstream>
 
 #include "animator/Camera.h"
 #include "animator/GraphAnimator.h"
 #include "animator/PickRecords.h"
+#include "concurrency/Log.h"
 #include "versioning/GlobalStyleLock.h"
 #include "versioning/VertexCallback.h"
 
@@ -201,7 +201,7 @@ template <class GraphLayout>
 void GraphAnimator<GraphLayout>::multiplyFriction(float factor) {
   forEachLayout([factor](GraphLayout& layout) {
     layout.friction *= factor;
-    std::osyncstream(std::cout) << "Friction = " << layout.friction << '\n' << std::flush;
+    writeLine(std::cout, "Friction = ", layout.friction);
   });
 }
 
@@ -227,8 +227,8 @@ template <class GraphLayout>
 void GraphAnimator<GraphLayout>::printCamera() {
   GraphLayout& layout = *layouts.front().layout;
   const std::lock_guard held(layout);
-  std::osyncstream(std::cerr) << "camera_dist=" << camera_dist << "  autozoom_dist=" << autozoom_dist
-                              << "  eigenvalues=" << layout.eigenvalues << '\n';
+  writeLine(std::cerr, "camera_dist=", camera_dist, "  autozoom_dist=", autozoom_dist,
+            "  eigenvalues=", layout.eigenvalues);
 }
 
 template <class GraphLayout>
@@ -238,8 +238,7 @@ void GraphAnimator<GraphLayout>::escape() {
     leaveFullScreen();
   } else if (!warned) {
     warned = true;
-    std::osyncstream(std::cerr) << "Use ESC to exit full-screen mode.  To exit Tessarel, use the \n"
-                                   "right-mouse button menu.\n";
+    writeLines(std::cerr, "Use ESC to exit full-screen mode.  To exit Tessarel, use the \nright-mouse button menu.\n");
   }
 }
 
@@ -289,8 +288,7 @@ void GraphAnimator<GraphLayout>::callBack(Vertex* v) {
   if (callback) {
     (*callback)(v);
   } else {
-    std::osyncstream(std::cout) << "No callback registered for vertex " << static_cast<const void*>(v) << '\n'
-                                << std::flush;
+    writeLine(std::cout, "No callback registered for vertex ", static_cast<const void*>(v));
   }
 }
 

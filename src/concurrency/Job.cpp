@@ -2,9 +2,9 @@
 
 #include <iostream>
 #include <mutex>
-#include <syncstream>
 #include <typeinfo>
 
+#include "concurrency/Log.h"
 #include "concurrency/ThreadPool.h"
 
 namespace quorel {
@@ -13,7 +13,7 @@ Job::Job(ThreadPool<Job>* readyPool) : pool(readyPool) {}
 
 Job::~Job() {
   if (!outEdges.empty()) {
-    std::osyncstream(std::cerr) << "In ~" << typeid(*this).name() << ", there is an out edge.\n";
+    writeLine(std::cerr, "In ~", typeid(*this).name(), ", there is an out edge.");
   }
 }
 

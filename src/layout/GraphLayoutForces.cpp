@@ -1,9 +1,9 @@
 #include <algorithm>
 #include <cstdint>
 #include <iostream>
-#include <syncstream>
 #include <vector>
 
+#include "concurrency/Log.h"
 #include "layout/GraphLayout.h"
 #include "layout/RepulsionLaw.h"
 
@@ -37,16 +37,15 @@ void GraphLayout<Schema>::addDrag(Vertex& vertex) const {
   if (isFinite(drag)) {
     vertex.force += drag;
   } else {
-    std::osyncstream(std::cerr) << "@@ Warning: vertex at " << vertex.position << " has nonfinite velocity "
-                                << vertex.velocity << '\n';
+    writeLine(std::cerr, "@@ Warning: vertex at ", vertex.position, " has nonfinite velocity ", vertex.velocity);
   }
 }
 
 template <class Schema>
 void GraphLayout<Schema>::checkForce(Vertex& vertex) {
   if (!isFinite(vertex.force)) {
-    std::osyncstream(std::cerr) << "@@ Warning: forces on vertex are " << vertex.force << '\n'
-                                << "@@ position = " << vertex.position << '\n';
+    writeLines(std::cerr,
+               lineOf("@@ Warning: forces on vertex are ", vertex.force) + lineOf("@@ position = ", vertex.position));
     vertex.force = {};
     return;
   }

@@ -6,10 +6,10 @@
 #include <iostream>
 #include <memory>
 #include <mutex>
-#include <syncstream>
 #include <utility>
 #include <vector>
 
+#include "concurrency/Log.h"
 #include "concurrency/Platform.h"
 #include "concurrency/ThreadPool.h"
 #include "concurrency/heapnew.h"
@@ -159,10 +159,8 @@ void GraphLayout<Schema>::parallelStep2(float dt, GraphLayoutTask* renderJob) {
   int totalVertices = 0;
   for (const auto& job : phases.back()) totalVertices += job->verticesDone;
   if (totalVertices != this->numVertices()) {
-    std::osyncstream(std::cerr) << "**** WARNING: totalVertices != numVertices\n";
-    std::osyncstream(std::cout) << "totalVertices=" << totalVertices << ", numVertices()=" << this->numVertices()
-                                << '\n'
-                                << std::flush;
+    writeLine(std::cerr, "**** WARNING: totalVertices != numVertices");
+    writeLine(std::cout, "totalVertices=", totalVertices, ", numVertices()=", this->numVertices());
   }
 }
 
@@ -196,7 +194,7 @@ void GraphLayout<Schema>::splitSpacetree(BarnesHutRepulsionCalculator& calculato
     }
   }
   if (assigned + current != total) {
-    std::osyncstream(std::cerr) << "@@ totalVertices=" << assigned + current << ", numVertices()=" << total << '\n';
+    writeLine(std::cerr, "@@ totalVertices=", assigned + current, ", numVertices()=", total);
   }
 }
 

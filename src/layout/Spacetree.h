@@ -6,11 +6,11 @@
 #include <iostream>
 #include <memory>
 #include <new>
-#include <syncstream>
 #include <type_traits>
 #include <vector>
 
 #include "TinyVector.h"
+#include "concurrency/Log.h"
 
 namespace quorel {
 
@@ -271,7 +271,7 @@ template <class Summary, class Particle>
 bool Spacetree<Summary, Particle>::accepts(const Particle& particle) const {
   // A number that is none, or infinite, is in no box.
   if (rootBox.contains(particle.position)) return true;
-  std::osyncstream(std::cerr) << "Particle position not finite or outside root box: " << particle.position << '\n';
+  writeLine(std::cerr, "Particle position not finite or outside root box: ", particle.position);
   return false;
 }
 

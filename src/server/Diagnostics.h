@@ -1,7 +1,8 @@
 #pragma once
 
 #include <iostream>
-#include <syncstream>
+
+#include "concurrency/Log.h"
 
 namespace quorel {
 
@@ -9,10 +10,10 @@ namespace quorel {
 /// exists.
 extern bool verbose;
 
-/// Writes one whole line to the log stream if `verbose` is set: lines of several threads never mix.
+/// Writes one whole line to the log stream if `verbose` is set.
 template <class... Parts>
 void logLine(const Parts&... parts) {
-  if (verbose) (std::osyncstream(std::clog) << ... << parts) << '\n';
+  if (verbose) writeLine(std::clog, parts...);
 }
 
 /// The answer to a client's mistake: the line, and -1.

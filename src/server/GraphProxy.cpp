@@ -5,6 +5,7 @@
 #include <mutex>
 
 #include "animator/GraphAnimator.h"
+#include "concurrency/Log.h"
 #include "layout/Edge.h"
 #include "layout/GraphLayout.h"
 #include "layout/Vertex.h"
@@ -97,7 +98,7 @@ GraphProxy::GraphProxy(GraphLayout* madeLayout, GraphAnimator* madeAnimator)
 
 GraphProxy::GraphProxy(int argc, char** argv) : GraphProxy(new GraphLayout, nullptr) {
   animator = new GraphAnimator(argc, argv, *layout);
-  std::cout << "Using single-level layout.\n" << std::flush;
+  writeLine(std::cout, "Using single-level layout.");
   animator->updaters.insert(this);
 }
 

@@ -4,9 +4,9 @@
 
 #include <cstdlib>
 #include <iostream>
-#include <syncstream>
 #include <utility>
 
+#include "concurrency/Log.h"
 #include "concurrency/ThreadPool.h"
 #include "server/XMLRPC_AsynchMethodCall.h"
 
@@ -30,7 +30,7 @@ XMLRPC::XMLRPC() : pool(nullptr) {
   xmlrpc_env_init(&env);
   xmlrpc_client_init2(&env, 0, callerName, callerVersion, nullptr, 0);
   if (env.fault_occurred) {
-    std::osyncstream(std::cerr) << "XML-RPC Fault: " << env.fault_string << '(' << env.fault_code << ")\n";
+    writeLine(std::cerr, "XML-RPC Fault: ", env.fault_string, '(', env.fault_code, ')');
   }
   std::atexit([] { xmlrpc().cleanUp(); });
 }

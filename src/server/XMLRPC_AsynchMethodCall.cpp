@@ -5,10 +5,11 @@
 #include <cstddef>
 #include <cstdlib>
 #include <iostream>
+#include <string>
 #include <string_view>
-#include <syncstream>
 #include <utility>
 
+#include "concurrency/Log.h"
 #include "server/RequestCheck.h"
 #include "server/XMLRPC.h"
 
@@ -95,9 +96,10 @@ void XMLRPC_AsynchMethodCall<T>::run() {
   xmlrpc_env env;
   xmlrpc_env_init(&env);
   call(&env, *this);
-  std::osyncstream errors(std::cerr);
-  if (env.fault_occurred) errors << "XML-RPC Fault: " << env.fault_string << '(' << env.fault_code << ")\n";
-  errors << "Warning: XMLRPC_VertexCallback:67 need debugging work here\n";
+  std::string lines;
+  if (env.fault_occurred) lines = lineOf("XML-RPC Fault: ", env.fault_string, '(', env.fault_code, ')');
+  lines += lineOf("Warning: XMLRPC_VertexCallback:67 need debugging work here");
+  writeLines(std::cerr, lines);
   xmlrpc_env_clean(&env);
 }
 

@@ -1,8 +1,8 @@
 #include "versioning/ParensTreePath.h"
 
 #include <iostream>
-#include <syncstream>
 
+#include "concurrency/Log.h"
 #include "versioning/ParensTreeNode.h"
 
 namespace quorel {
@@ -10,9 +10,9 @@ namespace quorel {
 namespace {
 
 void reportDamage(const ParensTreeNode* node) {
-  std::osyncstream(std::cerr) << "ParensTreeNode: this=" << node << "\n                parent=" << node->up
-                              << "\n                parent->left=" << node->up->child[0]
-                              << "\n                parent->right=" << node->up->child[1] << '\n';
+  writeLines(std::cerr, lineOf("ParensTreeNode: this=", node) + lineOf("                parent=", node->up) +
+                            lineOf("                parent->left=", node->up->child[0]) +
+                            lineOf("                parent->right=", node->up->child[1]));
 }
 
 int depth(const ParensTreeNode* node) {

@@ -10,6 +10,7 @@
 
 #include "AttributeExamples.h"
 #include "ProxyFixture.h"
+#include "concurrency/Log.h"
 #include "concurrency/Platform.h"
 #include "versioning/GlobalStyleLock.h"
 
@@ -240,8 +241,8 @@ private:
     expect((proxy.*setter)(id, e.key.c_str(), value.c_str()) == (known && good ? 0 : -1));
     if (!known) return;
     if (log) {
-      std::string line = e.line.empty() ? "" : e.line + "\n";
-      if (!line.empty()) line.replace(line.find('%'), 1, value);
+      std::string line = e.line;
+      if (!line.empty()) line = printableLine(line.replace(line.find('%'), 1, value));
       ASSERT_EQ(log->take(), good ? "" : line + kind.refusal + e.key + "\"\n");
       const std::string unknown = any(std::vector{"", "Label", "wdith", "note", "labeloffset", "manifold", "knots"});
       ASSERT_EQ((proxy.*setter)(id, unknown.c_str(), "1"), -1);

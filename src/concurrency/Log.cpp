@@ -1,0 +1,71 @@
+#include "concurrency/Log.h"
+
+#include <unistd.h>
+
+#include <climits>
+#include <cstddef>
+#include <iostream>
+#include <mutex>
+
+#include "concurrency/Immortal.h"
+#include "concurrency/LineBuffer.h"
+
+namespace quorel {
+
+namespace {
+
+/// Bytes, the line end included. Two lines go into a pipe in one piece.
+constexpr std::size_t longestLine = PIPE_BUF / 2;
+
+/// One for all streams: they may lead to the same pipe.
+constinit Immortal<std::mutex> linesLock;
+
+/// C0 controls but the tab, and DEL.
+bool isControl(unsigned char c) {
+  return (c < 0x20 && c != '\t') || c == 0x7f;
+}
+
+/// C1 controls, as UTF-8 has them in two bytes.
+bool isLateControl(unsigned char first, unsigned char second) {
+  return first == 0xc2 && second >= 0x80 && second < 0xa0;
+}
+
+bool continuesCharacter(char c) {
+  return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
+}
+
+}  // namespace
+
+std::string printableLine(std::string_view text) {
+  constexpr std::string_view cut = "...";
+  std::string line;
+  for (std::size_t i = 0; i < text.size() && line.size() <= longestLine; ++i) {
+    const auto c = static_cast<unsigned char>(text[i]);
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    if (isLateControl(c, next)) ++i;
+    line += isControl(c) || isLateControl(c, next) ? '?' : text[i];
+  }
+  if (line.size() >= longestLine) {
+    std::size_t kept = longestLine - cut.size() - 1;
+    while (kept > 0 && continuesCharacter(line[kept])) --kept;
+    line.resize(kept);
+    line += cut;
+  }
+  return line += '\n';
+}
+
+void writeLines(std::ostream& stream, std::string_view lines) {
+  const std::lock_guard hold(linesLock.object);
+  stream.write(lines.data(), static_cast<std::streamsize>(lines.size()));
+  stream.flush();
+}
+
+void writeWithoutWaiting() {
+  // Never destroyed: the streams are still written to while the process ends.
+  std::cout.rdbuf(new LineBuffer(STDOUT_FILENO));
+  auto* const errors = new LineBuffer(STDERR_FILENO);
+  std::cerr.rdbuf(errors);
+  std::clog.rdbuf(errors);
+}
+
+}  // namespace quorel
