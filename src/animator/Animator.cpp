@@ -8,10 +8,32 @@ Animator* currentAnimator = nullptr;
 
 namespace {
 
+int window = 0;
+
+/// Whether GLUT has asked for a picture since `watch` last looked. At the start it has its time.
+bool shown = true;
+
 // GLUT's callbacks are plain functions.
 void display() {
   currentAnimator->DisplayFunc();
+  shown = true;
 }
+
+/// GLUT asks for no picture while nothing of the window can be seen: it is minimised, behind another, on another desktop.
+/// What clients send must not pile up meanwhile.
+void watch(int) {
+  constexpr unsigned int patienceMilliseconds = 100;
+  constexpr unsigned int nextFrameMilliseconds = 1;  // lets GLUT see to its events between two frames
+  if (shown) {
+    shown = false;
+    glutTimerFunc(patienceMilliseconds, watch, 0);
+  } else {
+    glutSetWindow(window);
+    currentAnimator->HiddenFunc();
+    glutTimerFunc(nextFrameMilliseconds, watch, 0);
+  }
+}
+
 void keyPress(unsigned char key, int x, int y) {
   currentAnimator->KeyPressFunc(key, x, y);
 }
@@ -45,7 +67,7 @@ Animator::Animator(int argc, char** argv) {
   glutInitDisplayMode(GLUT_RGB | GLUT_DOUBLE | GLUT_DEPTH);
   glutInitWindowPosition(0, 0);
   glutInitWindowSize(initialWidth, initialHeight);
-  glutCreateWindow("Tessarel");
+  window = glutCreateWindow("Tessarel");
   glShadeModel(GL_SMOOTH);
   glClearColor(0.0F, 0.0F, 0.0F, 0.0F);
   glClearDepth(1.0);
@@ -58,6 +80,7 @@ Animator::Animator(int argc, char** argv) {
   glutPassiveMotionFunc(passiveMotion);
   Animator::InitLights();
   glutDisplayFunc(display);
+  watch(0);
 }
 
 void Animator::PassiveMotionFunc(int, int) {}

@@ -18,6 +18,8 @@ public:
 
   /// One whole frame; asks for the next at its end.
   virtual void DisplayFunc() = 0;
+  /// The same without a picture, for as long as nothing of the window can be seen.
+  virtual void HiddenFunc() = 0;
   virtual void KeyPressFunc(unsigned char key, int x, int y) = 0;
   virtual void SpecialKeyFunc(int key, int x, int y) = 0;
   virtual void MouseFunc(int button, int state, int x, int y) = 0;

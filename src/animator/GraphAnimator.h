@@ -12,6 +12,7 @@
 #include "TinyVector.h"
 #include "animator/Animator.h"
 #include "animator/BatchPainter.h"
+#include "animator/BlankPainter.h"
 #include "animator/GraphUpdater.h"
 #include "animator/PlainPainter.h"
 #include "concurrency/Timer.h"
@@ -47,6 +48,7 @@ public:
   GraphAnimator(int argc, char** argv, GraphLayout& layout);
 
   void DisplayFunc() override;
+  void HiddenFunc() override;
   void KeyPressFunc(unsigned char key, int x, int y) override;
   void SpecialKeyFunc(int key, int x, int y) override;
   void MouseFunc(int button, int state, int x, int y) override;
@@ -167,6 +169,7 @@ private:
   static std::span<const MenuEntry> menuEntries();
 
   // The frame.
+  void frame();
   void autozoomCamera();
   void paceFrame(bool step);
   void yieldToClients();
@@ -202,6 +205,9 @@ private:
   /// The size to go back to from full screen: the window system reports the full screen's own through `ReshapeFunc`.
   std::int32_t windowed_w = 0;
   std::int32_t windowed_h = 0;
+  /// Nothing of the window can be seen.
+  bool hidden = false;
+  BlankPainter blankPainter;
   std::unique_ptr<PlainPainter> plainPainter;
   std::unique_ptr<BatchPainter> batchPainter;
 };

@@ -10,7 +10,6 @@
 #include <iostream>
 #include <mutex>
 #include <numbers>
-#include <syncstream>
 
 #include "animator/EdgeGeometry.h"
 #include "animator/FrameStatistics.h"
@@ -18,6 +17,7 @@
 #include "animator/LabelFont.h"
 #include "animator/Primitives.h"
 #include "animator/VertexGeometry.h"
+#include "concurrency/Log.h"
 #include "layout/DynamicFrame.h"
 #include "layout/Spacetree.h"
 #include "layout/VertexSummary.h"
@@ -114,7 +114,9 @@ void GraphAnimator<GraphLayout>::drawText(const std::string& text, void* font, c
 
 template <class GraphLayout>
 Painter& GraphAnimator<GraphLayout>::painter() {
-  if (batching && !selecting) return *batchPainter;
+  if (selecting) return *plainPainter;
+  if (hidden) return blankPainter;
+  if (batching) return *batchPainter;
   return *plainPainter;
 }
 
@@ -200,9 +202,7 @@ void GraphAnimator<GraphLayout>::drawSpline(GraphLayout* layout, Edge* e) {
   constexpr std::size_t order = 4;
   if (knots.size() != order) {
     static bool warned = false;
-    if (!warned) {
-      std::osyncstream(std::cerr) << "Only knots=4 supported so far; have knots.size()=" << knots.size() << '\n';
-    }
+    if (!warned) writeLine(std::cerr, "Only knots=4 supported so far; have knots.size()=", knots.size());
     warned = true;
     return;
   }

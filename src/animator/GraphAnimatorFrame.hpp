@@ -7,12 +7,12 @@
 #include <iostream>
 #include <iterator>
 #include <mutex>
-#include <syncstream>
 
 #include "animator/Camera.h"
 #include "animator/FrameDecisions.h"
 #include "animator/GraphAnimator.h"
 #include "animator/LabelFont.h"
+#include "concurrency/Log.h"
 #include "concurrency/Platform.h"
 #include "layout/LayoutTask.h"
 
@@ -45,12 +45,24 @@ GraphAnimator<GraphLayout>::GraphAnimator(int argc, char** argv, GraphLayout& la
   glEnable(GL_LINE_STIPPLE);
   glSelectBuffer(static_cast<GLsizei>(std::size(select_buffer)), select_buffer);
   processors = numProcessors();
-  std::osyncstream(std::cout) << processors << " processors\n" << std::flush;
+  writeLine(std::cout, processors, " processors");
   layouts.push_back({.layout = &layout});
 }
 
 template <class GraphLayout>
 void GraphAnimator<GraphLayout>::DisplayFunc() {
+  hidden = false;
+  frame();
+}
+
+template <class GraphLayout>
+void GraphAnimator<GraphLayout>::HiddenFunc() {
+  hidden = true;
+  frame();
+}
+
+template <class GraphLayout>
+void GraphAnimator<GraphLayout>::frame() {
   pollUpdaters();
   countGraphChanges();
   updateIdleStatistics();
@@ -63,7 +75,7 @@ void GraphAnimator<GraphLayout>::DisplayFunc() {
 
   Display(step);
   paceFrame(step);
-  glutSwapBuffers();
+  if (!hidden) glutSwapBuffers();
   fps = 1.0 / frame_timer.wallSeconds();
   frame_timer.start();
 

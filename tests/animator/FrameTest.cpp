@@ -76,6 +76,30 @@ TEST_F(FrameTest, aFramePollsStepsAndTakesTheChanges) {
   EXPECT_EQ(distance(), before) << "paused";
 }
 
+TEST_F(FrameTest, aFrameThatNobodySeesDoesAllButDraw) {
+  const Picture before = scene.picture();
+  Scene::Vertex* last = scene.vertex(0.0F, 1.0F, 0.0F);
+  Scene::move(last, {0.0F, 0.2F, 0.0F});
+  for (const bool batching : {true, false}) {
+    animator.batching = batching;
+    Counter counter(animator);
+    const float stretched = distance();
+    animator.max_speed = 0.0;
+    animator.settle_timer.start();
+    animator.HiddenFunc();
+    EXPECT_EQ(counter.polls, 1);
+    EXPECT_LT(distance(), stretched);
+    EXPECT_EQ(layout.changeCount, 0);
+    EXPECT_EQ(animator.vertex_count, 3);
+    animator.HiddenFunc();
+    EXPECT_GT(animator.max_speed, 0.0) << "the graph comes to rest unseen as well";
+    EXPECT_EQ(Picture().count(), 0);
+  }
+  animator.batching = true;
+  animator.DisplayFunc();
+  EXPECT_GT(scene.picture().count(), before.count()) << "seen again";
+}
+
 TEST_F(FrameTest, aGraphThatComesToRestCountsAsStillUntilAChange) {
   animator.countGraphChanges();
   animator.max_speed = 0.0;

@@ -2,6 +2,7 @@
 import os
 import pathlib
 import re
+import resource
 import signal
 import socket
 import subprocess
@@ -16,6 +17,11 @@ URL = f"http://127.0.0.1:{PORT}/RPC2"
 BINARY = os.environ.get("TESSAREL") or str(pathlib.Path(__file__).resolve().parents[2] / "build/release/src/tessarel")
 socket.setdefaulttimeout(30 * SLOWNESS)            # a call that hangs is a failure, not a pause
 COMPLAINTS = re.compile(r"Sanitizer|runtime error:|Assertion|terminate called|^X Error|freeglut.*ERROR")
+
+
+def limit_descriptors():
+    """To what a desktop gives a program; some test machines give a thousand times as many."""
+    resource.setrlimit(resource.RLIMIT_NOFILE, (1024, resource.getrlimit(resource.RLIMIT_NOFILE)[1]))
 
 
 class Lines:
@@ -68,14 +74,15 @@ class Client:
 
 
 class Program:
-    def __init__(self, display, *arguments, wait=True):
+    def __init__(self, display, *arguments, wait=True, heard=True):
         # Rasterising in the calling thread keeps the driver's own threads out of the sanitizers' sight.
         environment = {**os.environ, "DISPLAY": display.name, "LP_NUM_THREADS": "0", "LIBGL_ALWAYS_SOFTWARE": "1"}
         self.display = display
         self.process = subprocess.Popen([BINARY, *arguments], env=environment, stdin=subprocess.DEVNULL,
-                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, errors="replace")
+                                        stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, errors="replace",
+                                        preexec_fn=limit_descriptors)
         self.output = Lines(self.process.stdout)
-        self.errors = Lines(self.process.stderr)
+        self.errors = Lines(self.process.stderr) if heard else None
         self.client = Client()
         if wait:
             self.wait_until_answering()
