@@ -1,13 +1,15 @@
-// Preloaded into the server: counts its frames, and makes chosen calls of the system fail.
+// Preloaded into the server: counts its frames, makes chosen calls of the system fail, and invents processors.
 //
 //   PROBE_FRAMES=FILE    FILE holds the number of frames shown so far and the longest time between two of them since the
 //                        reader last set it to 0: two 64-bit integers, the second in nanoseconds.
 //   PROBE_FAIL=CALL:N:M  after the file PROBE_ARMED exists, M calls from the Nth on fail. CALL is malloc, pthread_create,
 //                        accept or socket.
 //   PROBE_STRUCK=FILE    FILE holds the number of such calls since then, and of those that failed: two 64-bit integers.
+//   PROBE_PROCESSORS=N   so many processors seem to be there.
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <pthread.h>
+#include <sched.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -132,6 +134,15 @@ int accept(int listener, sockaddr* address, socklen_t* length) {
     return -1;
   }
   return take(listener, address, length);
+}
+
+int sched_getaffinity(pid_t process, std::size_t size, cpu_set_t* processors) {
+  static const auto ask = original<int (*)(pid_t, std::size_t, cpu_set_t*)>("sched_getaffinity");
+  static const char* const invented = std::getenv("PROBE_PROCESSORS");
+  if (invented == nullptr) return ask(process, size, processors);
+  CPU_ZERO_S(size, processors);
+  for (int i = 0; i < std::atoi(invented); ++i) CPU_SET_S(i, size, processors);
+  return 0;
 }
 
 int socket(int domain, int type, int protocol) {
