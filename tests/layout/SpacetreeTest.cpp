@@ -30,10 +30,11 @@ struct Written {
 };
 
 /// All that is in a tree in the order of a walk: the summaries by their bits, and the particles.
-Written written(const DotTree& tree) {
+template <class AnyTree>
+Written written(const AnyTree& tree) {
   Written all;
-  std::set<const Dot*> seen;
-  DotTree::Iterator iterator;
+  std::set<const void*> seen;
+  typename AnyTree::Iterator iterator;
   iterator.push(tree.rootPosition());
   while (!iterator.empty()) {
     const auto position = iterator.pop();
@@ -50,7 +51,7 @@ Written written(const DotTree& tree) {
       for (std::size_t i = 0; i < 3; ++i)
         all.words.push_back(std::bit_cast<std::uint32_t>(isFinite(v) ? v[i] : INFINITY));
     }
-    DotTree::expand(position, iterator);
+    AnyTree::expand(position, iterator);
   }
   return all;
 }
@@ -119,6 +120,31 @@ TEST(Spacetree, holdsEachParticleOnceWithTrueSummariesHoweverItIsFilled) {
     EXPECT_EQ(bulk.nodeCount(), single.nodeCount());
     ASSERT_EQ(written(bulk).words, expected.words);
   }
+}
+
+TEST(Spacetree, ofAGraphIsTheSameByBothWaysAndHasANewChargeOneBuildLater) {
+  std::mt19937 random = seeded(72);
+  TestLayout layout;
+  const auto vertices = fillRandomly(layout, 700, random);
+  const auto inBulk = [&] { return written(layout.buildTree().tree).words; };
+  const auto singly = [&] { return written(Calculator(layout.vertices.begin(), layout.vertices.end()).tree).words; };
+  const auto change = [&](double charge) {
+    for (std::size_t i = 0; i < vertices.size(); i += 3) vertices[i]->style.set_charge(charge);
+  };
+  const auto before = inBulk();
+  EXPECT_EQ(singly(), before);
+
+  change(2.5);
+  EXPECT_EQ(inBulk(), before);
+  EXPECT_EQ(vertices[3]->charge, 2.5F);
+  const auto after = inBulk();
+  EXPECT_NE(after, before);
+  EXPECT_EQ(singly(), after);
+
+  change(-1);
+  const Calculator between(layout.vertices.begin(), layout.vertices.end());
+  EXPECT_EQ(between.tree.root->charge, 700 + 1.5F * 234);
+  EXPECT_EQ(singly(), inBulk());
 }
 
 }  // namespace
