@@ -18,13 +18,21 @@ namespace {
 using Layout = LayoutGraph::Layout;
 using Calculator = Layout::BarnesHutRepulsionCalculator;
 
+/// A graph that has stepped before, so that its edges pull.
+struct SteppedGraph : LayoutGraph {
+  explicit SteppedGraph(int vertexCount) : LayoutGraph(vertexCount) {
+    layout.step(0);
+    clearForces();
+  }
+};
+
 void sizes(benchmark::internal::Benchmark* scene) {
   scene->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond);
 }
 
 /// One vertex after the other, every attribute read.
 void treeBuildPlain(benchmark::State& state) {
-  LayoutGraph graph(static_cast<int>(state.range(0)));
+  SteppedGraph graph(static_cast<int>(state.range(0)));
   for (auto _ : state) {
     const Calculator calculator(graph.layout.vertices.begin(), graph.layout.vertices.end());
     benchmark::DoNotOptimize(calculator.tree.root->charge);
@@ -34,7 +42,7 @@ BENCHMARK(treeBuildPlain)->Apply(sizes);
 
 /// As the steps do it: tree, refresh and layout for the vector units.
 void treeBuild(benchmark::State& state) {
-  LayoutGraph graph(static_cast<int>(state.range(0)));
+  SteppedGraph graph(static_cast<int>(state.range(0)));
   for (auto _ : state) {
     const Calculator calculator = graph.layout.buildTree();
     benchmark::DoNotOptimize(calculator.tree.root->charge);
@@ -44,7 +52,7 @@ BENCHMARK(treeBuild)->Apply(sizes);
 
 /// The same after a change of the graph, when the arrays have to be filled from the sets.
 void treeBuildAfterChange(benchmark::State& state) {
-  LayoutGraph graph(static_cast<int>(state.range(0)));
+  SteppedGraph graph(static_cast<int>(state.range(0)));
   auto* a = graph.vertices[0];
   auto* b = graph.vertices[1];
   for (auto _ : state) {
@@ -72,20 +80,11 @@ void report(benchmark::State& state, double pairs) {
   state.counters["pairs/vertex"] = pairs / static_cast<double>(state.range(0));
 }
 
-/// A vertex at a time, in the order in which they were made.
-void evaluatePlainly(LayoutGraph& graph, const Calculator& calculator) {
-  Layout::Spacetree::Iterator iterator;
-  for (auto* vertex : graph.layout.vertices) {
-    iterator.push(calculator.tree.rootPosition());
-    graph.layout.calculateForcesOnVertex(vertex, iterator);
-  }
-}
-
 void forcesPlain(benchmark::State& state) {
-  LayoutGraph graph(static_cast<int>(state.range(0)));
+  SteppedGraph graph(static_cast<int>(state.range(0)));
   const Calculator calculator = graph.layout.buildTree();
   for (auto _ : state) {
-    evaluatePlainly(graph, calculator);
+    graph.walkPlainly(calculator);
     state.PauseTiming();
     graph.clearForces();
     state.ResumeTiming();
@@ -96,7 +95,7 @@ BENCHMARK(forcesPlain)->Apply(sizes);
 
 /// As the steps do it.
 void forces(benchmark::State& state) {
-  LayoutGraph graph(static_cast<int>(state.range(0)));
+  SteppedGraph graph(static_cast<int>(state.range(0)));
   const Calculator calculator = graph.layout.buildTree();
   const RepulsionField& field = calculator.memory->field;
   RepulsionField::Scratch scratch(field);
@@ -112,7 +111,7 @@ BENCHMARK(forces)->Apply(sizes);
 
 /// The share of `forces` that is repulsion.
 void repulsion(benchmark::State& state) {
-  LayoutGraph graph(static_cast<int>(state.range(0)));
+  SteppedGraph graph(static_cast<int>(state.range(0)));
   const Calculator calculator = graph.layout.buildTree();
   const RepulsionField& field = calculator.memory->field;
   RepulsionField::Scratch scratch(field);
@@ -128,12 +127,12 @@ BENCHMARK(repulsion)->Apply(sizes);
 /// How far the two evaluations are apart, in units of the last place of a force's magnitude: the largest distance, and
 /// that of half of the vertices.
 void difference(benchmark::State& state) {
-  LayoutGraph graph(static_cast<int>(state.range(0)));
+  SteppedGraph graph(static_cast<int>(state.range(0)));
   const Calculator calculator = graph.layout.buildTree();
   RepulsionField::Scratch scratch(calculator.memory->field);
   std::vector<TinyVector<float, 3>> plain;
   for (auto _ : state) {
-    evaluatePlainly(graph, calculator);
+    graph.walkPlainly(calculator);
     for (const auto* vertex : graph.vertices) plain.push_back(vertex->force);
     graph.clearForces();
     graph.layout.calculateForces(calculator, {0, calculator.memory->field.particleCount()}, scratch);

