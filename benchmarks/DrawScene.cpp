@@ -124,7 +124,7 @@ void frame(benchmark::State& state, bool ownLooks) {
 }
 
 void sizes(benchmark::internal::Benchmark* scene) {
-  scene->Arg(1000)->Arg(10000)->Unit(benchmark::kMillisecond)->UseManualTime();
+  scene->Arg(1000)->Arg(10000)->Arg(100000)->Unit(benchmark::kMillisecond)->UseManualTime();
 }
 
 void frameSizes(benchmark::internal::Benchmark* scene) {
