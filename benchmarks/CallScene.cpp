@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdlib>
 #include <functional>
 #include <memory>
 #include <random>
@@ -10,6 +11,7 @@
 #include <vector>
 
 #include "HttpClient.h"
+#include "animator/GraphAnimator.h"
 #include "layout/GraphLayout.h"
 #include "server/Diagnostics.h"
 #include "server/GraphProxy.h"
@@ -17,8 +19,9 @@
 #include "server/XmlRpcServer.h"
 
 // What a call costs a client on the same machine, one request after the other, against a bare method: one of the same
-// library, on the same server, that takes the same arguments and does nothing. Each call is measured on a quiet server
-// and beside frames: a thread that carries changes out and steps 5000 vertices without pause.
+// library, on the same server, that takes the same arguments and does nothing. Each call is measured on a quiet server,
+// beside steps of 5000 vertices without pause, and beside a window that steps and draws 10,000 with twice as many edges.
+// The frames, which carry the changes out, run on the main thread, the client on another.
 
 using namespace quorel;
 
@@ -38,12 +41,38 @@ xmlrpc_value* bare(xmlrpc_env* env, xmlrpc_value* parameters, void*) {
   return env->fault_occurred ? nullptr : xmlrpc_build_value(env, "i", 0);
 }
 
-constexpr int frameVertexCount = 5000;
+/// What goes on beside the calls.
+struct Beside {
+  const char* name;
+  int vertexCount;
+  bool steps;
+  bool window;
+};
 
-/// Server, proxy and, if asked for, frames, for the time of one measurement.
+constexpr Beside besides[] = {
+    {"quiet", 5000, false, false}, {"besideSteps", 5000, true, false}, {"besideWindow", 10000, true, true}};
+
+/// That each of them has at least.
+constexpr int knownVertexCount = 5000;
+
+using Layout = GraphLayout<LayoutSchema>;
+using Animator = GraphAnimator<Layout>;
+
+/// GLUT makes one window a process; each scene puts its own graph into it.
+Animator* windowOn(Layout& layout) {
+  static char name[] = "CallScene";
+  static char* arguments[] = {name, nullptr};
+  static Animator* const animator = new Animator(1, arguments, layout);
+  animator->layouts.front().layout = &layout;
+  animator->ReshapeFunc(800, 600);
+  return animator;
+}
+
+/// Server, proxy and what goes on beside them, for the time of one measurement.
 class Scene {
 public:
-  explicit Scene(bool withFrames) : proxy(new GraphLayout<LayoutSchema>, nullptr) {
+  explicit Scene(const Beside& frames)
+      : beside(frames), layout(new Layout), animator(beside.window ? windowOn(*layout) : nullptr), proxy(layout, animator) {
     verbose = false;
     graphProxy = &proxy;
     xmlrpc_env_init(&env);
@@ -57,27 +86,15 @@ public:
     client = std::make_unique<HttpClient>(server->port());
 
     std::minstd_rand random;
-    for (int i = 0; i < frameVertexCount; ++i) proxy.tessarel_new_vertex_w_id(-1 - i);
-    for (int i = 0; i < 2 * frameVertexCount; ++i) {
-      const auto any = [&random] { return -1 - static_cast<int>(random() % frameVertexCount); };
+    for (int i = 0; i < beside.vertexCount; ++i) proxy.tessarel_new_vertex_w_id(-1 - i);
+    for (int i = 0; i < 2 * beside.vertexCount; ++i) {
+      const auto any = [&] { return -1 - static_cast<int>(random() % static_cast<unsigned>(beside.vertexCount)); };
       proxy.tessarel_new_edge_w_id(-1 - i, any(), any());
     }
     proxy.poll();
-    frames = std::thread([this, withFrames] {
-      while (!stop) {
-        proxy.poll();
-        if (withFrames) {
-          proxy.layout->step();
-        } else {
-          std::this_thread::sleep_for(std::chrono::milliseconds(20));
-        }
-      }
-    });
   }
 
   ~Scene() {
-    stop = true;
-    frames.join();
     client.reset();
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
     server->stop();
@@ -89,15 +106,30 @@ public:
 
   std::string post(const std::string& body) { return client->post(body); }
 
+  /// On the main thread, which has the window.
+  void frame() {
+    if (beside.window) {
+      animator->DisplayFunc();
+      return;
+    }
+    proxy.poll();
+    if (beside.steps) {
+      layout->step();
+    } else {
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+  }
+
 private:
+  const Beside& beside;
+  Layout* const layout;
+  Animator* const animator;
   GraphProxy proxy;
   xmlrpc_env env;
   xmlrpc_registry* registry;
   std::unique_ptr<XmlRpcServer> server;
   std::thread serving;
   std::unique_ptr<HttpClient> client;
-  std::thread frames;
-  std::atomic<bool> stop = false;
 };
 
 /// One kind of call: the method, the bare one that takes the same, and the arguments of the n-th call, which succeeds.
@@ -124,11 +156,11 @@ const std::vector<Kind> kinds = {
     {"new_vertex_w_id", "bare.i", [](int n) { return std::vector{number(n)}; }},
     {"new_edge_w_id", "bare.iii",
      [](int n) {
-       return std::vector{number(n), number(-1 - n % frameVertexCount), number(-1 - (n + 1) % frameVertexCount)};
+       return std::vector{number(n), number(-1 - n % knownVertexCount), number(-1 - (n + 1) % knownVertexCount)};
      }},
     {"set_vertex_attribute", "bare.iss",
      [](int n) {
-       return std::vector<std::string>{number(-1 - n % frameVertexCount), "<string>color</string>",
+       return std::vector<std::string>{number(-1 - n % knownVertexCount), "<string>color</string>",
                                        "<string>#12AB9F</string>"};
      }},
 };
@@ -152,9 +184,8 @@ std::string batch(const std::string& method, const Kind& kind, int first, int co
 
 /// `count` calls a request, and in turn with it a request of as many bare calls: what else the machine does meanwhile
 /// meets both alike. The time is that of the calls, `ofBareRate` how their rate compares.
-void measure(benchmark::State& state, const Kind& kind, bool withFrames, int count) {
+void call(benchmark::State& state, Scene& scene, const Kind& kind, int count) {
   using Clock = std::chrono::steady_clock;
-  Scene scene(withFrames);
   const std::string method = std::string("tessarel.") + kind.name;
   const auto seconds = [&scene](const std::string& body) {
     const Clock::time_point start = Clock::now();
@@ -184,15 +215,33 @@ void measure(benchmark::State& state, const Kind& kind, bool withFrames, int cou
   state.counters["ofBareRate"] = bares / ours;
 }
 
+void measure(benchmark::State& state, const Beside& beside, const Kind& kind, int count) {
+  if (beside.window && std::getenv("DISPLAY") == nullptr) {
+    state.SkipWithError("no display to draw on");
+    return;
+  }
+  Scene scene(beside);
+  std::atomic<bool> done = false;
+  std::thread calling([&] {
+    call(state, scene, kind, count);
+    done = true;
+  });
+  int frames = 0;
+  const auto start = std::chrono::steady_clock::now();
+  for (; !done; ++frames) scene.frame();
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  calling.join();
+  if (beside.steps) state.counters["frame_ms"] = 1e3 * taken.count() / frames;
+}
+
 const int registered = [] {
   for (const int count : {1, 500, 1000}) {
-    for (const bool withFrames : {false, true}) {
+    for (const Beside& beside : besides) {
       for (const Kind& kind : kinds) {
         const std::string name = std::string(count == 1 ? "call" : "multicallOf" + std::to_string(count)) + "/" +
-                                 (withFrames ? "besideFrames/" : "quiet/") + kind.name;
+                                 beside.name + "/" + kind.name;
         benchmark::RegisterBenchmark(
-            name.c_str(),
-            [&kind, withFrames, count](benchmark::State& state) { measure(state, kind, withFrames, count); })
+            name.c_str(), [&beside, &kind, count](benchmark::State& state) { measure(state, beside, kind, count); })
             ->UseManualTime()
             ->Unit(benchmark::kMicrosecond);
       }
