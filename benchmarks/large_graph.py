@@ -4,19 +4,21 @@
 usage: benchmarks/large_graph.py [VERTICES]     default: 100000, and twice as many edges
 
 One client sends calls in requests of 500 while the window steps and draws. Prints the rate, the calls that were turned
-away, the resident bytes a vertex with its two edges beyond the empty window, and the time of a frame.
+away, the resident bytes a vertex with its two edges beyond the empty window, and the frames that pass between a key and
+its effect.
 """
 import pathlib
 import random
 import re
+import statistics
 import sys
 import time
 
-sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tests"))
+sys.path[:0] = [str(pathlib.Path(__file__).resolve().parent.parent / "tests" / folder) for folder in (".", "reliability")]
 
-from support.display import Display                      # noqa: E402
-from support.network import enter_own_network            # noqa: E402
-from support.program import Program                      # noqa: E402
+from soak import watched_window                          # noqa: E402
+
+KEYS = 40
 
 
 def resident_bytes(process):
@@ -24,12 +26,18 @@ def resident_bytes(process):
     return 1024 * int(re.search(r"^RssAnon:\s+(\d+)", status, re.M)[1])
 
 
+def frames_until_served(program, frames, key):
+    """Frames done between a key and the line that it prints. One that is on its way when the key comes counts."""
+    mark = len(program.output)
+    before = frames.take()[0]
+    program.display.key(key)
+    program.output.wait_for("^Friction = ", mark)
+    return frames.take()[0] - before
+
+
 def main():
     vertices = int(sys.argv[1]) if len(sys.argv) > 1 else 100_000
-    enter_own_network()
-    display = Display()
-    program = Program(display, "-quiet")
-    try:
+    with watched_window() as (program, frames):
         time.sleep(1)
         empty = resident_bytes(program.process)
         chance = random.Random(1)
@@ -41,10 +49,12 @@ def main():
         print(f"{len(calls)} calls in {seconds:.1f} s, {len(calls) / seconds:.0f} a second, "
               f"{sum(answer != 0 for answer in answers)} turned away", flush=True)
         time.sleep(20)
-        print(f"{(resident_bytes(program.process) - empty) / vertices:.0f} bytes a vertex with its two edges")
-    finally:
-        program.kill()
-        display.stop()
+        print(f"{(resident_bytes(program.process) - empty) / vertices:.0f} bytes a vertex with its two edges", flush=True)
+        counts = []
+        for number in range(KEYS):
+            counts.append(frames_until_served(program, frames, "Ff"[number % 2]))
+            time.sleep(chance.random())                  # at any time of a frame
+        print(f"from a key to its effect: {statistics.median(counts):g} frames, at most {max(counts)} (of {KEYS})")
 
 
 if __name__ == "__main__":
