@@ -6,18 +6,21 @@
 
 namespace quorel {
 
-/// Hands lines to a file descriptor at once, and drops and counts them where that would mean to wait: nobody may read the
+/// Hands lines to a file descriptor at once, and drops and counts them where that would mean waiting: nobody may read the
 /// other end. How many were dropped is told by a line of its own, before the next that gets through.
-/// Invariants: (1) what one `sputn` hands over goes out in one piece or not at all;
-///             (2) the calling thread never waits for a reader. Only another process that fills the same pipe in this very
-///                 moment could make it.
+/// Invariants: (1) what one `sputn` hands over goes out in one piece or not at all; a terminal may take a part, which then
+///                 stands on a line by itself and counts as dropped;
+///             (2) the calling thread never waits for a reader.
 /// Threading:  no lock of its own; `writeLines` has one for all streams.
-/// Ownership:  the descriptor is not closed.
+/// Ownership:  the descriptor handed in is not closed.
 /// Cost:       two system calls a line.
 class LineBuffer final : public std::streambuf {
 public:
   /// A pipe is widened to what the system allows, 1 MiB mostly: so much may be unread before lines are dropped.
   explicit LineBuffer(int fileDescriptor);
+  LineBuffer(const LineBuffer&) = delete;
+  LineBuffer& operator=(const LineBuffer&) = delete;
+  ~LineBuffer() override;
 
 protected:
   /// At most `PIPE_BUF` bytes; only these go into a pipe in one piece. What is dropped counts as written, or the stream
@@ -26,10 +29,13 @@ protected:
   int_type overflow(int_type character) override;
 
 private:
-  bool send(const char* text, std::size_t size) const;
+  /// Whether all of it went out.
+  bool send(const char* text, std::size_t size);
 
+  int given;
   int descriptor;
   long dropped = 0;  // since a line got through
+  bool cut = false;  // the last that went out was a part of a line
 };
 
 }  // namespace quorel

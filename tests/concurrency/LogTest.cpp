@@ -1,7 +1,10 @@
 #include "concurrency/Log.h"
 
 #include <gtest/gtest.h>
+#include <poll.h>
+#include <pty.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -52,22 +55,44 @@ TEST(Log, aLongTextIsCutBetweenTwoCharacters) {
   EXPECT_EQ(printableLine(fits), fits + '\n');
 }
 
-/// A pipe, and a stream that writes to it as the program's own do.
-class LogToPipe : public testing::Test {
+/// A stream that writes as the program's own do, and the other end.
+class LogStream : public testing::Test {
 protected:
-  LogToPipe() : stream(nullptr) {
-    EXPECT_EQ(pipe(ends), 0);
-    buffer.emplace(ends[1]);
-    stream.rdbuf(&*buffer);
-  }
-  ~LogToPipe() override {
+  ~LogStream() override {
     close(ends[0]);
     closeWriter();
   }
 
+  void openPipe() {
+    ASSERT_EQ(pipe(ends), 0);
+    attach();
+  }
+
+  void openTerminal() {
+    termios raw = {};
+    cfmakeraw(&raw);
+    ASSERT_EQ(openpty(&ends[0], &ends[1], nullptr, &raw, nullptr), 0);
+    attach();
+  }
+
+  void attach() {
+    buffer.emplace(ends[1]);
+    stream.rdbuf(&*buffer);
+  }
+
   void closeWriter() {
+    buffer.reset();
     if (ends[1] >= 0) close(ends[1]);
     ends[1] = -1;
+  }
+
+  /// All that has been written.
+  std::string readNow() const {
+    constexpr int quietMilliseconds = 50;  // a terminal hands over with a delay
+    std::string text;
+    pollfd more = {.fd = ends[0], .events = POLLIN, .revents = 0};
+    while (poll(&more, 1, quietMilliseconds) == 1) text += read(1 << 16);
+    return text;
   }
 
   std::size_t unread() const {
@@ -100,28 +125,40 @@ protected:
 
   int ends[2] = {-1, -1};
   std::optional<LineBuffer> buffer;
-  std::ostream stream;
+  std::ostream stream{nullptr};
 };
 
-TEST_F(LogToPipe, whatNobodyReadsIsDroppedAndCountedAndTheFirstLinesStay) {
+TEST_F(LogStream, whatNobodyReadsIsDroppedAndCountedAndTheFirstLinesStay) {
   constexpr int written = 100000;  // hangs, if a line waits for a reader
-  for (int i = 0; i < written; i += 2) writeLines(stream, lineOf("line ", i) + lineOf("line ", i + 1));
-  const std::vector<std::string> kept = linesOf(read(unread()));
-  ASSERT_GT(kept.size(), 1000U);
-  for (std::size_t i = 0; i < kept.size(); ++i) ASSERT_EQ(kept[i], "line " + std::to_string(i));
-  for (const char* const line : {"room again", "and on"}) writeLine(stream, line);
-  const std::string notice = "tessarel: " + std::to_string(written - kept.size()) + " lines dropped\n";
-  EXPECT_EQ(read(1000), notice + "room again\nand on\n");
+  for (const bool terminal : {false, true}) {
+    terminal ? openTerminal() : openPipe();
+    for (int i = 0; i < written; i += 2) writeLines(stream, lineOf("line ", i) + lineOf("line ", i + 1));
+    std::string first = readNow();
+    const auto kept = static_cast<int>(std::count(first.begin(), first.end(), '\n')) / 2 * 2;  // but what was cut
+    ASSERT_GT(kept, 100);
+    std::string expected;
+    for (int i = 0; i < kept; ++i) expected += lineOf("line ", i);
+    EXPECT_EQ(first.substr(0, expected.size()), expected);
+    const std::string cut = first.substr(expected.size());
+    EXPECT_TRUE(terminal || cut.empty());
+    for (const char* const line : {"room again", "and on"}) writeLine(stream, line);
+    const std::string notice = "tessarel: " + std::to_string(written - kept) + " lines dropped\n";
+    EXPECT_EQ(readNow(), (cut.empty() ? "" : "\n") + notice + "room again\nand on\n");
+    closeWriter();
+    close(std::exchange(ends[0], -1));
+  }
 }
 
-TEST_F(LogToPipe, whoNeverReadsAnyMoreDoesNotMakeTheStreamBad) {
+TEST_F(LogStream, whoNeverReadsAnyMoreDoesNotMakeTheStreamBad) {
+  openPipe();
   std::signal(SIGPIPE, SIG_IGN);
   close(std::exchange(ends[0], -1));
   writeLine(stream, "into nothing");
   EXPECT_TRUE(stream.good());
 }
 
-TEST_F(LogToPipe, ofManyThreadsWithASlowReaderEachPairOfLinesIsWholeAndInOrderOrCounted) {
+TEST_F(LogStream, ofManyThreadsWithASlowReaderEachPairOfLinesIsWholeAndInOrderOrCounted) {
+  openPipe();
   constexpr int threads = 4;
   constexpr int pairs = 20000;
   std::string text;
