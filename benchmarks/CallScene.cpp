@@ -20,8 +20,8 @@
 
 // What a call costs a client on the same machine, one request after the other, against a bare method: one of the same
 // library, on the same server, that takes the same arguments and does nothing. Each call is measured on a quiet server,
-// beside steps of 5000 vertices without pause, and beside a window that steps and draws 10,000 with twice as many edges.
-// The frames, which carry the changes out, run on the main thread, the client on another.
+// beside steps of 5000 vertices without pause, and beside a window that steps and draws 10,000 with twice as many
+// edges. The frames, which carry the changes out, run on the main thread, the client on another.
 
 using namespace quorel;
 
@@ -72,7 +72,10 @@ Animator* windowOn(Layout& layout) {
 class Scene {
 public:
   explicit Scene(const Beside& frames)
-      : beside(frames), layout(new Layout), animator(beside.window ? windowOn(*layout) : nullptr), proxy(layout, animator) {
+      : beside(frames),
+        layout(new Layout),
+        animator(beside.window ? windowOn(*layout) : nullptr),
+        proxy(layout, animator) {
     verbose = false;
     graphProxy = &proxy;
     xmlrpc_env_init(&env);

@@ -13,8 +13,8 @@
 
 namespace quorel {
 
-/// A graph of a given size in a ball of the density that a graph comes to rest at, with twice as many edges, each between
-/// neighbours, in a random order of creation. The same each time.
+/// A graph of a given size in a ball of the density that a graph comes to rest at, with twice as many edges, each
+/// between neighbours, in a random order of creation. The same each time.
 /// Cost: O(n).
 class LayoutGraph {
 public:

@@ -11,8 +11,8 @@
 #include <vector>
 
 #include "LayoutGraph.h"
-#include "concurrency/Timer.h"
 #include "concurrency/ThreadPool.h"
+#include "concurrency/Timer.h"
 
 namespace quorel {
 namespace {

@@ -22,10 +22,10 @@ namespace quorel {
 /// Building it also copies the attributes that the force loop reads out of their versioned store into plain fields of
 /// the vertices and their out-edges, so that the force loop needs no lock. A vertex goes into the tree with the charge
 /// of the refresh before: a change of charge reaches the tree one build later.
-/// Made over two iterators it does this plainly: each vertex is inserted, then refreshed. Made over the arrays of a layout
-/// it comes to the same fields and, bit for bit, the same tree in a fraction of the time, and lays the tree out for the
-/// vector units as well. The trees differ in a build that finds new charges: in the plain one a leaf that splits passes
-/// its eight on with the charges they have been refreshed to, in the other all sums are of the charges before.
+/// Made over two iterators it does this plainly: each vertex is inserted, then refreshed. Made over the arrays of a
+/// layout it comes to the same fields and, bit for bit, the same tree in a fraction of the time, and lays the tree out
+/// for the vector units as well. The trees differ in a build that finds new charges: in the plain one a leaf that splits
+/// passes its eight on with the charges they have been refreshed to, in the other all sums are of the charges before.
 /// Threading:  the constructor takes globalStyleLock; the caller holds the layout's lock as long as the object lives.
 /// Ownership:  owns the tree, or has it in memory that it was lent.
 /// Cost:       O(n log n).
