@@ -123,7 +123,8 @@ void* __libc_malloc(std::size_t size) {
 }
 
 int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*start)(void*), void* argument) {
-  static const auto create = original<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
+  static const auto create =
+      original<int (*)(pthread_t*, const pthread_attr_t*, void* (*)(void*), void*)>("pthread_create");
   return mustFail("pthread_create") ? EAGAIN : create(thread, attributes, start, argument);
 }
 
