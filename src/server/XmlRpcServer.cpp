@@ -18,10 +18,10 @@
 #include <cstring>
 #include <iostream>
 #include <optional>
-#include <string>
 #include <string_view>
 #include <thread>
 
+#include "concurrency/Log.h"
 #include "concurrency/Platform.h"
 #include "server/ByteBudget.h"
 #include "server/MethodTable.h"
@@ -282,11 +282,10 @@ void* serverMain(void*) {
   xmlrpc_env_init(&serverEnv);
   xmlrpc_registry* registry = xmlrpc_registry_new(&serverEnv);
   registerMethods(&serverEnv, registry);
-  std::cout << "Running Tessarel/XML-RPC server.\n" << std::flush;
+  writeLine(std::cout, "Running Tessarel/XML-RPC server.");
   XmlRpcServer server(&serverEnv, registry, serverPort);
   if (serverEnv.fault_occurred) {
-    std::cerr << std::string(serverEnv.fault_string) + '\n';
-    std::cout.flush();
+    writeLine(std::cerr, serverEnv.fault_string);
     // Not exit(): the main thread is drawing, and what it draws with must not be torn down beside it.
     std::_Exit(1);
   }
