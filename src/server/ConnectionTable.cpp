@@ -1,6 +1,7 @@
 #include "server/ConnectionTable.h"
 
 #include <arpa/inet.h>
+#include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -31,7 +32,15 @@ int mostDescriptors() {
 }  // namespace
 
 ConnectionTable::ConnectionTable(std::size_t mostConnections, std::size_t mostLongOnes)
-    : most(mostConnections), mostLong(mostLongOnes) {}
+    : most(mostConnections),
+      mostLong(mostLongOnes),
+      nothing(open("/dev/null", O_RDONLY | O_CLOEXEC)),
+      second(fcntl(nothing, F_DUPFD_CLOEXEC, 0)) {}
+
+ConnectionTable::~ConnectionTable() {
+  close(second);
+  close(nothing);
+}
 
 std::size_t ConnectionTable::look(std::uint16_t port, Clock::duration patience) {
   const std::lock_guard hold(mutex);
@@ -98,14 +107,13 @@ void ConnectionTable::findAll(std::uint16_t port) {
 
 void ConnectionTable::end(Entry& entry) {
   if (entry.second.ended) return;
-  entry.second.ended = true;
   // The web server may close the connection at this moment, and its descriptor become another's: a second descriptor of
   // whatever is there stays what it is while it is looked at.
-  const int fd = dup(entry.second.fd);
-  if (fd < 0) return;
+  if (dup2(entry.second.fd, second) < 0) return;
   sockaddr_in address;
-  if (askFor(address, fd, getpeername) && peerOf(address) == entry.first) shutdown(fd, SHUT_RDWR);
-  close(fd);
+  if (askFor(address, second, getpeername) && peerOf(address) == entry.first) shutdown(second, SHUT_RDWR);
+  dup2(nothing, second);
+  entry.second.ended = true;
 }
 
 auto ConnectionTable::longestWaiting(bool amongLong) -> Entry* {

@@ -21,7 +21,7 @@ namespace quorel {
 ///             (2) among the others the one goes first whose client has kept the server waiting longest; (3) no more than
 ///             `mostLong` hold a long request or its answer.
 /// Threading:  any thread. The table's own mutex comes after no other lock and before none.
-/// Ownership:  no descriptor: to end a connection is to shut it down, and whoever reads it closes it.
+/// Ownership:  none of the connections' descriptors: to end a connection is to shut it down, and whoever reads it closes it.
 /// Cost:       `look` asks the system about each descriptor, a tenth of a millisecond with a hundred of them.
 class ConnectionTable {
 public:
@@ -39,6 +39,7 @@ public:
   ConnectionTable(std::size_t most, std::size_t mostLong);
   ConnectionTable(const ConnectionTable&) = delete;
   ConnectionTable& operator=(const ConnectionTable&) = delete;
+  ~ConnectionTable();
 
   /// Finds out what connections to the port there are, and ends those that have kept the server waiting for longer than
   /// this, and as many more as there are above `most`. Returns how many are left.
@@ -74,6 +75,9 @@ private:
 
   const std::size_t most;
   const std::size_t mostLong;
+  // Two descriptors held from the start: there must be one when all others are in use.
+  const int nothing;
+  const int second;
   std::mutex mutex;  // guards what follows
   std::condition_variable changed;
   std::map<Peer, Connection> connections;
