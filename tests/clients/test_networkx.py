@@ -199,8 +199,8 @@ def test_dictionaries_put_in_place_of_others_are_watched_too(window, kind):
 
 def test_labels_are_made_to_fit(window):
     G = window.live(LiveGraph)()
-    G.add_nodes_from(["x" * 5000, "é" * 3000, "a\0b\nc", "\ud800", "<&>"])
-    assert [G.vertex(node).label for node in G] == ["x" * 4096, "é" * 2048, "a b c", "", "<&>"]
+    G.add_nodes_from(["x" * 5000, "é" * 3000, "a\0b\nc", "\ud800", "<&>", "\U0001F680!"])
+    assert [G.vertex(node).label for node in G] == ["x" * 4096, "é" * 2048, "a b c", "", "<&>", "?!"]
     agree(window, [G])
 
 
@@ -319,12 +319,16 @@ def test_options_turn_attributes_into_looks(window, options, vertices, edges):
     (dict(color="no such"), "no vertex has an attribute 'no such'; there are word, degree, id"),
     (dict(edge_label="word"), "no edge has an attribute 'word'; there are km"),
     (dict(size="word"), "the 'word' of 1 is no number"), (dict(colour="word"), "'colour' is no option"),
+    (dict(size=3), "size wants an attribute's name, a mapping or a function, not 3"),
 ])
 def test_an_option_that_cannot_be_meant_is_told_and_shows_nothing(window, options, complaint):
     G = nx.Graph([(1, 2, {"km": 3})])
     G.nodes[1]["word"] = "long"
     with pytest.raises((tessarel.BadValue, TypeError), match=complaint):
         show(G, on=window, **options)
+    for no_graph in (None, [(1, 2)]):
+        with pytest.raises(tessarel.BadValue, match="show wants a graph of networkx"):
+            show(no_graph, on=window)
     assert not window.ever["vertex"]
 
 

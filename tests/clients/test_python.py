@@ -128,8 +128,8 @@ def test_what_the_server_would_misread_is_refused_before_it_is_sent(graph):
     edge = graph.new_edge(vertex, graph.new_vertex())
     nan, inf = float("nan"), float("inf")
     for item, name, values in [
-            (vertex, "size", [0, -1, nan, inf, True, "2", None]), (style, "charge", [0, nan]), (vertex, "visible", [1, "true"]),
-            (vertex, "shapedetail", [0, 2.0, 2**31]), (vertex, "label", [7, None, "\0", "\ud800", "é" * 2049]),
+            (vertex, "size", [0, -1, nan, inf, 10**400, True, "2", None]), (style, "charge", [0, nan]), (vertex, "visible", [1, "true"]),
+            (vertex, "shapedetail", [0, 2.0, 2**31]), (vertex, "label", [7, None, "\0", "\ud800", "\U0001F600", "é" * 2049]),
             (vertex, "color", ["red", "#12345", "#12345G", "3", 2.5, True, (0, 0), (0, 0, 1.1), 2**31]),
             (vertex, "callback_left_doubleclick", ["https://a/b", "http://a", "http://a:9/", None]),
             (style, "shape", ["ball", 3]), (edge, "stroke", ["SOLID", ""]), (edge, "width", [-1]),
@@ -141,7 +141,9 @@ def test_what_the_server_would_misread_is_refused_before_it_is_sent(graph):
     for wrong in [lambda: graph.new_vertex(2**31), lambda: graph.new_vertex(vertex.id), lambda: graph.new_vertex(True),
                   lambda: graph.new_edge(vertex, vertex), lambda: graph.new_edge(vertex, vertex.id),
                   lambda: graph.new_vertex_style(name="town"), lambda: graph.new_vertex_style(id=0),
-                  lambda: graph.new_vertex(style=graph.default_edge_style), lambda: setattr(vertex, "style", 0)]:
+                  lambda: graph.new_vertex(style=graph.default_edge_style), lambda: setattr(vertex, "style", 0),
+                  *(lambda wait=wait: setattr(graph, "timeout", wait) for wait in [0, -1, nan, inf, "1", True]),
+                  lambda: tessarel.connect(port=0), lambda: tessarel.connect(port=2**16), lambda: tessarel.connect(None)]:
         with pytest.raises(tessarel.BadValue):
             wrong()
     with pytest.raises(AttributeError):
@@ -333,8 +335,9 @@ def test_where_no_server_is_the_error_says_what_to_do():
         with pytest.raises(tessarel.NoServer, match=f"^no Tessarel server at 127.0.0.1:{port}; start one with "):
             tessarel.connect(port=port, timeout=0.5)
         assert time.monotonic() - start < 5 * SLOWNESS
-    with pytest.raises(tessarel.NoServer, match="nowhere.invalid:20738"):
-        tessarel.connect("nowhere.invalid")
+    for host in ["nowhere.invalid", "no..where", "x" * 64]:
+        with pytest.raises(tessarel.NoServer, match=f"{host}:20738"):
+            tessarel.connect(host)
 
 
 def test_a_server_that_hangs_is_given_up_after_the_time_out_and_found_again(graph, program):
@@ -350,6 +353,7 @@ def test_a_server_that_hangs_is_given_up_after_the_time_out_and_found_again(grap
             with graph.batch():
                 for _ in range(2000):
                     graph.new_vertex()
+        assert not graph.vertices       # none of which anybody can say that it is there
         assert 1 <= time.monotonic() - start < 5 * SLOWNESS
         program.process.send_signal(signal.SIGCONT)
         graph.timeout = 30 * SLOWNESS
@@ -439,5 +443,7 @@ def test_double_clicks_reach_their_handlers_until_the_client_ends(graph, display
     told = len(calls)
     display.double_click(*MIDDLE)
     assert stays(lambda: len(calls) == told, 1)
-    with pytest.raises(tessarel.Error, match="closed"):
-        graph.new_vertex()
+    for late in [graph.new_vertex, lambda: graph.default_vertex_style.on_double_click(by_style)]:
+        with pytest.raises(tessarel.Error, match="closed"):
+            late()
+    assert not [thread for thread in threading.enumerate() if thread.name.startswith("tessarel")]

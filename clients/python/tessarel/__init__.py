@@ -12,17 +12,20 @@ Attributes are properties of vertices, edges and styles: help(tessarel.Vertex), 
 """
 from __future__ import annotations
 
-from typing import Any
+from typing import TYPE_CHECKING, Any
 
 from .attributes import Color, Shape, Stroke
 from .errors import BadValue, CallFailed, Error, LostConnection, NoServer, TimedOut
 from .graph import Edge, EdgeStyle, Graph, Vertex, VertexStyle, connect
 
+if TYPE_CHECKING:
+    from .networkx import Shown
+
 __all__ = ["BadValue", "CallFailed", "Color", "Edge", "EdgeStyle", "Error", "Graph", "LostConnection", "NoServer", "Shape",
            "Stroke", "TimedOut", "Vertex", "VertexStyle", "connect", "show"]
 
 
-def show(G: Any, **options: Any) -> Any:
-    """Shows a graph of networkx; see tessarel.networkx.show."""
+def show(G: Any, **options: Any) -> Shown:
+    """Shows a graph of networkx; help(tessarel.networkx.show) tells the options."""
     from .networkx import show as show_networkx
     return show_networkx(G, **options)

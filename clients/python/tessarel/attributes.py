@@ -10,7 +10,7 @@ from typing import Any, Callable, Generic, Literal, Mapping, Protocol, TypedDict
 from .errors import BadValue
 
 __all__ = ["Attribute", "Color", "EdgeAttributes", "EdgeKeywords", "Shape", "Stroke", "VertexAttributes",
-           "VertexKeywords", "attributes_of", "integer"]
+           "VertexKeywords", "attributes_of", "finite", "integer"]
 
 #: "#RRGGBB", an index into the server's palette, or (red, green, blue) from 0 to 1.
 Color = Union[str, int, tuple[float, float, float]]
@@ -22,7 +22,8 @@ T = TypeVar("T")
 SHAPES = frozenset(Shape.__args__)      # type: ignore[attr-defined]
 STROKES = frozenset(Stroke.__args__)    # type: ignore[attr-defined]
 HEX_COLOR = re.compile(r"#[0-9A-Fa-f]{6}\Z")
-UNSPEAKABLE = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff]")     # XML has no way to write these
+# XML has no way to write the first of these, and the server's XML-RPC none to read those that take four bytes.
+UNSPEAKABLE = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff\U00010000-\U0010ffff]")
 CALLBACK_URL = re.compile(r"http://[^/\s]+(/[^/\s]*)*/[^/\s]+/?\Z")
 LONGEST_TEXT = 4096
 INT_MAX = 2**31 - 1
@@ -32,11 +33,14 @@ def _no(wanted: str, value: object) -> ValueError:
     return ValueError(f"wants {wanted}, not {value!r}")
 
 
-def _finite(value: object) -> float | None:
+def finite(value: object) -> float | None:
     """The value as a number; None if it is none, or one that the layout could not bear."""
     if isinstance(value, bool) or not isinstance(value, numbers.Real):
         return None
-    number = float(value)
+    try:
+        number = float(value)
+    except OverflowError:
+        return None
     return number if math.isfinite(number) else None
 
 
@@ -52,7 +56,7 @@ def integer(value: object) -> int | None:
 
 def _number(wanted: str, fits: Callable[[float], bool]) -> Callable[[float], str]:
     def write(value: float) -> str:
-        number = _finite(value)
+        number = finite(value)
         if number is None or not fits(number):
             raise _no(wanted, value)
         return repr(number)
@@ -76,7 +80,8 @@ def _text(value: str) -> str:
     if not isinstance(value, str):
         raise _no("a str", value)
     if unspeakable := UNSPEAKABLE.search(value):
-        raise _no("a text without control characters", unspeakable.group())
+        raise _no("a text without control characters, and without emoji and whatever else lies beyond U+FFFF",
+                  unspeakable.group())
     if len(value.encode()) > LONGEST_TEXT:
         raise ValueError(f"wants a text of at most {LONGEST_TEXT} bytes, not {len(value.encode())}")
     return value
@@ -108,7 +113,7 @@ def _color(value: Color) -> str:
         if abs(index) <= INT_MAX:
             return str(index)
     elif isinstance(value, (tuple, list)) and len(value) == 3:
-        levels = [level for level in map(_finite, value) if level is not None and 0 <= level <= 1]
+        levels = [level for level in map(finite, value) if level is not None and 0 <= level <= 1]
         if len(levels) == 3:
             return "#" + "".join(f"{round(255 * level):02X}" for level in levels)
     raise _no('"#RRGGBB", a palette index or three numbers from 0 to 1', value)
@@ -182,8 +187,8 @@ class VertexAttributes:
     visible = Attribute(_truth, """\
         Whether the solid and its label are drawn; edges and layout go on. Default: True.""")
     label = Attribute(_text, """\
-        Text above the solid, at most 4096 bytes, which keeps its size on the screen. The window's fonts have one character
-        a byte. Default: none.""")
+        Text above the solid, at most 4096 bytes and without emoji, which keeps its size on the screen. The window's fonts
+        have one character a byte. Default: none.""")
     fontcolor = fontcolour = Attribute(_color, """\
         Colour of the label, written as for color. Default: white.""")
     fontfamily = Attribute(_text, """\
@@ -213,7 +218,8 @@ class EdgeAttributes:
     visible = Attribute(_truth, """\
         Whether line, arrow and label are drawn; the edge pulls all the same. Default: True.""")
     label = Attribute(_text, """\
-        Text at the middle, at most 4096 bytes. The window's fonts have one character a byte. Default: none.""")
+        Text at the middle, at most 4096 bytes and without emoji. The window's fonts have one character a byte.
+        Default: none.""")
     fontcolor = fontcolour = Attribute(_color, """\
         Colour of the label, written as for color. Default: white.""")
     fontfamily = Attribute(_text, """\

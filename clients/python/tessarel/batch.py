@@ -3,7 +3,7 @@ from __future__ import annotations
 
 from typing import Protocol, Sequence
 
-from .errors import CallFailed, Error
+from .errors import CallFailed, Error, LostConnection
 from .link import Link, Request
 from .wire import Call, Refusal, answers_in, one_call, several_calls, written
 
@@ -17,10 +17,11 @@ WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 
 
 class Witness(Protocol):
-    """Who can say more of a failure than -1."""
+    """Who can say more of a failure than -1, and is told of calls that may never have been made."""
 
     def _window_was_cleared(self) -> bool: ...
     def _why(self, call: Call, cleared: bool) -> str: ...
+    def _broken_off(self, calls: Sequence[Call]) -> None: ...
 
 
 def request_for(calls: Sequence[Call]) -> bytes:
@@ -68,14 +69,19 @@ class Batch:
         self._collect()
         calls, body, waits = self._calls, several_calls(self._pieces), self._waits
         self._drop()
-        self._under_way = self._link.begin(body, waits), calls
+        try:
+            self._under_way = self._link.begin(body, waits), calls
+        except LostConnection:
+            self._witness._broken_off(calls)
+            raise
 
     def _collect(self) -> None:
         if self._under_way is not None:
             (request, calls), self._under_way = self._under_way, None
             try:
                 answer = self._link.finish(request)
-            except BaseException:       # the server may still be at it, and nothing must overtake it
+            except BaseException as error:      # the server may still be at it, and nothing must overtake it
+                self._witness._broken_off([*calls, *self._calls] if isinstance(error, Error) else self._calls)
                 self._drop()
                 raise
             _judge(self._link, calls, True, *answer, self._witness)
@@ -92,6 +98,7 @@ def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeat
     try:
         answers = answers_in(body, len(calls), several)
     except Refusal as refusal:
+        witness._broken_off(calls)
         raise Error(f"the server at {link.place} does not take a request: {refusal}") from refusal
     # Calls without an item are the client's own affair.
     refused = [(number, call, answer) for number, (call, answer) in enumerate(zip(calls, answers))

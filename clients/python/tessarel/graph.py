@@ -490,6 +490,11 @@ class Graph:
             elif isinstance(item, (VertexStyle, EdgeStyle)) and item.name is not None:
                 self._named[item.kind].pop(item.name, None)
 
+    def _broken_off(self, calls: Sequence[Call]) -> None:
+        for call in calls:
+            if call.item is not None and call.method.startswith("new_"):
+                self._forget(call.item, "the connection was lost, or given up, before it was known to be made")
+
     def _window_was_cleared(self) -> bool:
         """Whether somebody else has cleared the window, or started the server anew, since this client's last clear."""
         mark = [Call("set_vertex_style_attribute", (self._mark, "visible", "true"), None)]
@@ -561,7 +566,10 @@ class Graph:
 
     def _listen(self, item: VertexItem, handler: Callable[[Vertex], object]) -> None:
         with self._lock:
+            if item._gone:
+                raise CallFailed(f"set_{item.kind}_attribute", (item.id, CALLBACK), _gone(item))
             if self._listener is None:
+                self._link.must_be_open()
                 self._listener = Listener(self._link.own_address, self._clicked)
             url = self._listener.add(item, handler)
         self._do(item._settings([(CALLBACK, url)]))

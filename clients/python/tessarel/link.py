@@ -3,10 +3,13 @@ from __future__ import annotations
 
 import collections
 
-from .errors import Error, LostConnection, NoServer, TimedOut
+from .attributes import finite, integer
+from .errors import BadValue, Error, LostConnection, NoServer, TimedOut
 from .wire import Connection, Refusal, one_call
 
 __all__ = ["Link", "Request"]
+
+LONGEST_WAIT = 10_000_000       # seconds: so much that its multiples, for requests that wait for frames, still are time-outs
 
 
 class Request:
@@ -27,6 +30,8 @@ class Link:
 
     def __init__(self, host: str, port: int, timeout: float | None) -> None:
         """NoServer if no Tessarel server answers there."""
+        if not isinstance(host, str) or not 0 < (integer(port) or 0) < 65536:
+            raise BadValue(f"a server's address is a str and a port from 1 to 65535, not {host!r} and {port!r}")
         self.host, self.port, self.timeout = host, port, timeout
         self.own_address = ""
         self._idle: collections.deque[Connection] = collections.deque()
@@ -45,6 +50,16 @@ class Link:
         if reason:
             self.close()
             raise NoServer(f'no Tessarel server at {self.place}; start one with "tessarel" ({reason})') from None
+
+    @property
+    def timeout(self) -> float | None:
+        return self._timeout
+
+    @timeout.setter
+    def timeout(self, seconds: float | None) -> None:
+        if seconds is not None and not 0 < (finite(seconds) or 0) <= LONGEST_WAIT:
+            raise BadValue(f"a time-out is a number of seconds above 0, or None to wait for ever, not {seconds!r}")
+        self._timeout = seconds
 
     @property
     def place(self) -> str:
@@ -93,10 +108,13 @@ class Link:
         while self._idle:
             self._idle.pop().close()
 
+    def must_be_open(self) -> None:
+        if self._closed:
+            raise Error("this client is closed")
+
     def _connection(self) -> Connection:
         while True:
-            if self._closed:
-                raise Error("this client is closed")
+            self.must_be_open()
             try:
                 connection = self._idle.pop()
             except IndexError:
@@ -110,7 +128,7 @@ class Link:
     def _new_connection(self) -> Connection:
         try:
             connection = Connection(self.host, self.port, self.timeout)
-        except OSError as error:
+        except (OSError, UnicodeError) as error:        # the latter of a name that none can have
             raise LostConnection(f"no connection to the Tessarel server at {self.place}: {error}") from error
         self.own_address = connection.own_address
         return connection

@@ -56,8 +56,8 @@ def color_of(value: object) -> Any:
 
 
 def text_of(value: object) -> str:
-    """The value as a label: one line that the server takes."""
-    text = " ".join("".join(c if c.isprintable() else " " for c in str(value)).split())
+    """The value as a label: one line that the server takes, with "?" for emoji and the like."""
+    text = " ".join("".join("?" if c > "\uffff" else c if c.isprintable() else " " for c in str(value)).split())
     return text.encode(errors="replace")[:LONGEST_LABEL].decode(errors="ignore")
 
 
@@ -193,6 +193,8 @@ class Looks:
         self._scales: dict[str, Scale] = {}
         for option, source in options.items():
             if source is not None:
+                if not isinstance(source, (str, Mapping)) and not callable(source):
+                    raise BadValue(f"{option} wants an attribute's name, a mapping or a function, not {source!r}")
                 self._find[option], self._scales[option] = self._reading(G, option, source)
 
     def _reading(self, G: Any, option: str, source: Source) -> tuple[Find, Scale]:

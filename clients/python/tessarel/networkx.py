@@ -23,7 +23,7 @@ from typing import Any, Callable, ClassVar, Generator, Hashable, Iterable, Itera
 
 import networkx as nx
 
-from .errors import CallFailed, Error
+from .errors import BadValue, CallFailed, Error
 from .graph import Edge, EdgeStyle, Graph, Item, Vertex, connect
 from .looks import Looks, Source
 
@@ -271,6 +271,8 @@ def show(G: Any, *, on: Graph | None = None, arrows: bool | None = None, **optio
     Besides, an attribute that is called as the server calls it is shown if its value fits: color="red", shape="sphere".
     """
     global _last
+    if not isinstance(G, nx.Graph):
+        raise BadValue(f"show wants a graph of networkx, not {G!r}")
     looks = Looks(G, None, **options)
     window = connect() if on is None else on
     if on is None and _last is not None:
