@@ -3,7 +3,7 @@ from __future__ import annotations
 
 from typing import Protocol, Sequence
 
-from .errors import CallFailed, Error, LostConnection
+from .errors import CallFailed, Error
 from .link import Link, Request
 from .wire import Call, Refusal, answers_in, one_call, several_calls, written
 
@@ -71,7 +71,7 @@ class Batch:
         self._drop()
         try:
             self._under_way = self._link.begin(body, waits), calls
-        except LostConnection:
+        except BaseException:
             self._witness._broken_off(calls)
             raise
 
