@@ -10,13 +10,13 @@ import argparse
 import colorsys
 import contextlib
 import os
-import pathlib
 import time
 
 import tessarel
 
 parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-parser.add_argument("folder", nargs="?", default=pathlib.Path(__file__).resolve().parent.parent)
+parser.add_argument("folder", nargs="?", default=os.path.dirname(os.path.dirname(os.path.abspath(__file__))),
+                    type=lambda path: path if os.path.isdir(path) else parser.error(f"{path} is no folder"))
 FOLDER = parser.parse_args().folder
 
 

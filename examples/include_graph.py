@@ -7,6 +7,7 @@ usage: examples/include_graph.py [FOLDER]
 import argparse
 import colorsys
 import contextlib
+import os
 import pathlib
 import re
 import signal
@@ -18,15 +19,15 @@ parser.add_argument("folder", nargs="?", type=pathlib.Path, default=pathlib.Path
 FOLDER = parser.parse_args().folder
 
 files = [path for path in sorted(FOLDER.rglob("*")) if re.fullmatch(r"\.[ch](pp|xx|h|c)?", path.suffix)
-         and "build" not in path.parts]
-by_tail = {}                                                # "layout/Graph.h" and "Graph.h" both name src/layout/Graph.h
+         and "build" not in path.relative_to(FOLDER).parts] or parser.error(f"there are no C or C++ files in {FOLDER}")
+by_tail = {str(path): path for path in files}               # "layout/Graph.h" and "Graph.h" both name src/layout/Graph.h
 for path in files:
     for start in range(len(path.parts)):
         by_tail.setdefault("/".join(path.parts[start:]), path)
 needs = {}
 for path in files:
     names = re.findall(r'^\s*#\s*include\s*"([^"]+)"', path.read_text(errors="replace"), re.M)
-    needs[path] = {by_tail.get(str(path.parent / name)) or by_tail.get(name) for name in names} - {path, None}
+    needs[path] = {by_tail.get(os.path.normpath(path.parent / name)) or by_tail.get(name) for name in names} - {path, None}
 users = {path: {user for user in files if path in needs[user]} for path in files}
 folders = sorted({path.parent for path in files})
 

@@ -27,9 +27,9 @@ def imports(path, package):
             yield from (base, *(f"{base}.{alias.name}" for alias in node.names))
 
 
-folder = pathlib.Path(importlib.util.find_spec(PACKAGE).submodule_search_locations[0])
-files = {".".join((PACKAGE, *path.relative_to(folder).with_suffix("").parts)).removesuffix(".__init__"): path
-         for path in sorted(folder.rglob("*.py"))}
+places = getattr(importlib.util.find_spec(PACKAGE), "submodule_search_locations", None) or sys.exit(f"no package {PACKAGE}")
+files = {".".join((PACKAGE, *path.relative_to(places[0]).with_suffix("").parts)).removesuffix(".__init__"): path
+         for path in sorted(pathlib.Path(places[0]).rglob("*.py"))}
 needs = {module: set(imports(path, module if path.stem == "__init__" else module.rpartition(".")[0])) & files.keys() - {module}
          for module, path in files.items()}
 

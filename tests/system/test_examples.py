@@ -55,8 +55,9 @@ def blobs(spots, least=60):
 
 
 @pytest.fixture
-def run(program, graph):
-    """Starts an example; in the end none is left running, and none has been refused a call."""
+def run(display, program, graph):
+    """Starts an example in an empty window; in the end none is left running, and none has been refused a call."""
+    wait_until(lambda: not display.picture().lit().count, "what the last one showed to go")
     mark, started = len(program.errors), []
 
     def start(name, *arguments, **environment):
@@ -184,24 +185,36 @@ def test_a_double_click_on_a_module_lights_up_what_it_needs(display, graph, run,
 
 
 def test_a_double_click_in_the_include_graph_lights_up_what_depends_on_a_file(display, graph, run, tmp_path):
-    for name, text in [("a.h", ""), ("b.h", '#include "a.h"'), ("c.cpp", '#include "b.h"'), ("d.cpp", "#include <a.h>")]:
-        (tmp_path / name).write_text(text)
-    example = run("include_graph.py", tmp_path)
-    wait_until(lambda: exists(graph, 4), "the last file")
+    folder = tmp_path / "build"                 # which is left out only within the folder
+    (folder / "sub").mkdir(parents=True)
+    for name, text in [("a.h", ""), ("b.h", '#include "a.h"'), ("c.cpp", '#include "b.h"'), ("d.cpp", "#include <a.h>"),
+                       ("sub/b.h", ""), ("sub/e.cpp", '#include "../a.h"'), ("sub/f.cpp", '#include "b.h"')]:
+        (folder / name).write_text(text)
+    example = run("include_graph.py", folder)
+    wait_until(lambda: exists(graph, 7), "the last file")
     graph.set_vertex_attribute(1, "size", "8")
-    for number in (2, 3, 4):                    # out of the way of the click
+    for number in range(2, 8):                  # out of the way of the click
         graph.set_vertex_attribute(number, "shape", "none")
     graph.set_vertex_attribute(1, "fontcolor", "#000000")
     graph.set_vertex_attribute(1, "color", "#00FF00")
     wait_until(lambda: display.picture().tinted((0, 255, 0)).count > 200, "the file in green")
     click_away(display, (0, 255, 0))
-    assert re.fullmatch(r"(.*a\.h: 2 more files are compiled anew when it changes\n)+", example.interrupt())
+    assert re.fullmatch(r"(.*a\.h: 3 more files are compiled anew when it changes\n)+", example.interrupt())
 
 
 def test_the_include_graph_of_this_project(display, graph, run):
     example = run("include_graph.py")
     wait_until(lambda: display.picture().lit().count > 3000 and colours(display.picture()) >= 3, "colours", 20)
     example.interrupt()
+
+
+@pytest.mark.parametrize("name, told", [("file_tree.py", "nowhere is no folder"), ("python_imports.py", "no package nowhere"),
+                                        ("include_graph.py", "no C or C++ files in nowhere"),
+                                        ("git_history.py", "nowhere: no history of git")])
+def test_what_is_not_there_is_told_before_the_window_is_cleared(graph, run, name, told):
+    vertex = graph.new_vertex()
+    process = run(name, "nowhere").process
+    assert told in process.communicate(timeout=60 * SLOWNESS)[1] and process.returncode in (1, 2) and exists(graph, vertex)
 
 
 def test_the_search_draws_itself_on_the_maze(display, graph, run):
