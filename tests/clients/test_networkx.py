@@ -260,6 +260,9 @@ def test_a_graph_is_drawn_again_after_another_client_has_cleared_the_window(wind
         G.add_edge(3, 4)
     G.redraw()
     agree(window, [G])
+    G.vertex(4).remove()
+    G.remove_node(4)                            # what has gone from the window need not be taken away
+    agree(window, [G])
     G.close()
     G.add_edge(4, 5)
     with pytest.raises(tessarel.Error, match="closed"):
@@ -346,7 +349,7 @@ def test_the_one_line_shows_a_graph_in_place_of_the_last(display, window):
 
 
 def test_the_window_s_graph_comes_back_with_what_its_styles_say(window):
-    town = window.new_vertex_style(color="#FF8000", size=2.0)
+    town = window.new_vertex_style(color=(1, 0.5, 0), size=2.0)         # a tuple is nothing that a file could have
     small = town.new_style(size=0.5)
     a, b = window.new_vertex(style=small, label="a"), window.new_vertex(style=town)
     window.default_edge_style.width = 2.0

@@ -3,7 +3,7 @@ from __future__ import annotations
 
 from typing import Protocol, Sequence
 
-from .errors import CallFailed, Error
+from .errors import CallFailed, Error, TimedOut
 from .link import Link, Request
 from .wire import Call, Refusal, answers_in, one_call, several_calls, written
 
@@ -81,7 +81,8 @@ class Batch:
             try:
                 answer = self._link.finish(request)
             except BaseException as error:      # the server may still be at it, and nothing must overtake it
-                self._witness._broken_off([*calls, *self._calls] if isinstance(error, Error) else self._calls)
+                late = isinstance(error, TimedOut) or not isinstance(error, Error)      # then it will still carry it out
+                self._witness._broken_off(self._calls if late else [*calls, *self._calls])
                 self._drop()
                 raise
             _judge(self._link, calls, True, *answer, self._witness)

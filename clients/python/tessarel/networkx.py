@@ -203,7 +203,8 @@ class Mirror:
             del self._told[self.edges.pop(key)]
             self._at[key[1] if key[0] == node else key[0]].discard(key)
         del self._told[vertex]
-        vertex.remove()
+        if not vertex.gone:
+            vertex.remove()
 
 
 def _keys_of(G: Any) -> Iterable[Key]:
@@ -246,6 +247,9 @@ class Shown:
         if self._own_window:
             self.window.close()
 
+    def __repr__(self) -> str:
+        return f"<Shown: {len(self.vertices)} vertices, {len(self.edges)} edges>"
+
     def __enter__(self) -> Shown:
         return self
 
@@ -260,7 +264,7 @@ def show(G: Any, *, on: Graph | None = None, arrows: bool | None = None, **optio
     """Draws a graph of networkx, of any of its four kinds.
 
     on: the client to draw with. Without it, show connects to the server on this machine, and takes what it drew last out of
-        the window first.
+        the window first, unless that was closed.
     arrows: whether edges have arrows; a directed graph's have, if nothing is said.
     color, size, label: of vertices; edge_color, edge_label, width, strength: of edges. Each is an attribute's name
         ("degree" and "id" are known besides), a mapping, or a function of a node, or of an edge as (first, second).
@@ -312,7 +316,8 @@ def _in_force(item: Vertex | Edge) -> dict[str, Any]:
     while level is not None:
         for attribute in item.attributes.values():
             if attribute.key not in values and (value := getattr(level, attribute.key)) is not None:
-                values[attribute.key] = value
+                # Colours as files have them.
+                values[attribute.key] = attribute.written(value) if isinstance(value, (tuple, list)) else value
         level = item.style if level is item else level.parent      # type: ignore[attr-defined]
     return values
 
