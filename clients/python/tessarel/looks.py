@@ -3,6 +3,7 @@ from __future__ import annotations
 
 import math
 import numbers
+import unicodedata
 from typing import Any, Callable, Hashable, Iterable, Mapping, Union
 
 from .errors import BadValue
@@ -41,6 +42,10 @@ KINDS = ["#4C9BE8", "#F2913D", "#5BBF5B", "#E05C5C", "#B08CF0", "#E8D44D", "#56C
          "#8C7AE6"]
 # From few to many: dark blue over green to yellow, whose brightness tells the order too.
 RAMP = [(0.28, 0.30, 0.65), (0.18, 0.50, 0.70), (0.15, 0.70, 0.55), (0.55, 0.82, 0.30), (0.99, 0.90, 0.20)]
+# What is not simply an ASCII letter with an accent.
+NEAR = str.maketrans({"ß": "ss", "æ": "ae", "Æ": "AE", "œ": "oe", "Œ": "OE", "ø": "o", "Ø": "O", "ł": "l", "Ł": "L", "đ": "d",
+                      "Đ": "D", "ð": "d", "Ð": "D", "þ": "th", "Þ": "Th", "ı": "i", "–": "-", "—": "-", "−": "-", "‘": "'",
+                      "’": "'", "“": '"', "”": '"', "„": '"', "«": '"', "»": '"', "⁄": "/"})
 
 
 def color_of(value: object) -> Any:
@@ -56,9 +61,15 @@ def color_of(value: object) -> Any:
 
 
 def text_of(value: object) -> str:
-    """The value as a label: one line that the server takes, with "?" for emoji and the like."""
-    text = " ".join("".join("?" if c > "\uffff" else c if c.isprintable() else " " for c in str(value)).split())
-    return text.encode(errors="replace")[:LONGEST_LABEL].decode(errors="ignore")
+    """The value as a label: one line of plain ASCII, all that the window writes rightly. Accents go, and what has no letter near
+    it becomes "?"."""
+    text = str(value)
+    if not text.isprintable():
+        text = "".join(c if c.isprintable() else " " for c in text)
+    if not text.isascii():
+        parts = unicodedata.normalize("NFKD", text).translate(NEAR)
+        text = "".join(c if c.isascii() else "?" for c in parts if not unicodedata.combining(c))
+    return " ".join(text.split())[:LONGEST_LABEL]
 
 
 def _fits(kind: type[Vertex] | type[Edge], name: str, value: Any) -> bool:
