@@ -98,6 +98,15 @@ SOUND = [       # file, text, {vertex: some of its attributes}, [(first, second,
     ("a.gexf", GEXF.format('<node id="a"><viz:color r="255" g="0" b="9"/><viz:size value="40"/></node><node id="b" label="B"/>',
                            '<edge source="a" target="b" weight="2.5"/>'),
      {"a": {"color": "#FF0009", "size": 3.0}, "b": {"label": "B"}}, [("a", "b", {"weight": 2.5})], True),
+    ("a_later_version.gexf",
+     '<gexf xmlns="http://gexf.net/1.3" xmlns:viz="http://gexf.net/1.3/viz" version="1.3"><graph defaultedgetype="undirected">'
+     '<attributes class="node"><attribute id="0" title="n" type="short"/></attributes><nodes><node id="a">'
+     '<viz:color hex="#FF0009"/><attvalues><attvalue for="0" value="7"/></attvalues></node><node id="b"/></nodes><edges>'
+     '<edge source="a" target="b"/></edges></graph></gexf>', {"a": {"color": "#FF0009", "n": 7}, "b": {}}, [("a", "b", {})], False),
+    ("with_times.gexf", GEXF.replace('class="node"', 'class="node" mode="dynamic"').format(
+        '<node id="a" start="1"><attvalues><attvalue for="0" value="1" end="2"/><attvalue for="0" value="5" start="2"/></attvalues>'
+        '</node><node id="b" start="2009-01-01"><spells><spell start="1"/></spells></node>', '<edge source="a" target="b" end="3"/>'),
+     {"a": {"n": 5, "start": "1"}, "b": {"start": "2009-01-01"}}, [("a", "b", {"end": "3"})], True),
     ("a.gml", 'graph [\n node [ id 1 label "a" color "red" ]\n node [ id 2 label "b" ]\n edge [ source 1 target 2 km 7 ]\n]\n',
      {"a": {"color": "red", "label": "a"}, "b": {}}, [("a", "b", {"km": 7})], False),
     ("two_of_a_name.gml", 'graph [ directed 1 node [ id 1 label "é" ]\n node [ id 2 label "é" ]\n edge [ source 1 target 2 ] ]\n',
@@ -167,6 +176,8 @@ BAD = [         # file, text, what is said behind the file's name
     ("deep.graphml", GRAPHML.format("<x>" * 100000 + "</x>" * 100000), ":5: nested too deeply"),
     ("type.gexf", GEXF.format('<node id="a"/>\n<node id="b"><attvalues><attvalue for="0" value="q"/></attvalues></node>', ""),
      ":6: invalid literal for int() with base 10: 'q'"),
+    ("hex.gexf", GEXF.format('<node id="a"/>\n<node id="b"><viz:color hex="#red"/></node>', ""),
+     ":6: invalid literal for int() with base 16: 'red'"),
     ("empty.gexf", '<gexf xmlns="http://www.gexf.net/1.2draft" version="1.2">\n</gexf>', ":1: No <graph> element in GEXF file."),
     ("token.gml", 'graph [\n node [ id 1 ]\n node [ id 2 ?? ]\n]\n', ":3: cannot tokenize ?? ]"),
     ("stranger.gml", 'graph [\n node [ id 1 label "node [" ]\n edge [ source 1\n target 3 ]\n]\n',

@@ -15,6 +15,9 @@ DEEPEST = 500
 # In the order in which a reader comes to them, so that the first one that it stumbles over can be found by halving.
 RECORDS = {"key", "attribute", "attributes", "node", "edge", "hyperedge"}
 
+GEXF = "{http://www.gexf.net/1.2draft"         # its namespace, but for the brace or the "/viz}" at the end
+GEXF_TYPES = {"byte": "long", "short": "long", "biginteger": "long", "bigdecimal": "double", "char": "string"}
+
 Read = Callable[[bytes], Any]
 
 
@@ -23,7 +26,7 @@ def graphml(data: bytes) -> Any:
 
 
 def gexf(data: bytes) -> Any:
-    G = _read(data, lambda text: nx.read_gexf(io.BytesIO(text)))
+    G = _read(data, lambda text: nx.read_gexf(io.BytesIO(_mended(text, _gexf_as_known))))
     sizes = [viz["size"] for _, viz in G.nodes(data="viz") if viz and "size" in viz]
     largest = max(sizes, default=0.0)
     for _, attributes in G.nodes(data=True):
@@ -33,6 +36,37 @@ def gexf(data: bytes) -> Any:
         if viz.get("size", 0.0) > 0.0 and "size" not in attributes:
             attributes["size"] = max(0.3, 3.0 * viz["size"] / largest)      # pixels there, proportions here
     return G
+
+
+def _mended(data: bytes, mend: Callable[[ElementTree.Element], bool]) -> bytes:
+    """The document as mend makes it, which says whether it has changed anything."""
+    root = ElementTree.fromstring(data)
+    return ElementTree.tostring(root) if mend(root) else data
+
+
+def _gexf_as_known(root: ElementTree.Element) -> bool:
+    """Makes of any version, in place, the one that networkx knows. A graph that changes with time becomes the whole of what
+    there is at any time, with the last value of each attribute; networkx wants each time to have a beginning and an end."""
+    changed = timed = False
+    for element in root.iter():
+        space, _, tag = element.tag.rpartition("}")
+        known = f"{GEXF}/viz}}{tag}" if space.endswith("/viz") else f"{GEXF}}}{tag}"
+        if element.tag != known and (not space or "gexf.net/" in space):
+            element.tag, changed = known, True
+        if tag == "attribute" and element.get("type") in GEXF_TYPES:
+            element.set("type", GEXF_TYPES[element.attrib["type"]])
+            changed = True
+        elif tag == "attributes" and element.attrib.pop("mode", "static") != "static":
+            changed = True
+        elif tag == "color" and element.get("hex") and not element.get("r"):
+            number = int(element.attrib["hex"].lstrip("#"), 16)
+            element.attrib.update(zip("rgb", map(str, number.to_bytes(3, "big"))))
+            changed = True
+        timed = timed or "start" in element.attrib or "end" in element.attrib or tag == "spell"
+    if timed:
+        for graph in root.iter(f"{GEXF}}}graph"):
+            graph.set("timeformat", "string")
+    return changed or timed
 
 
 def _read(data: bytes, read: Read) -> Any:
