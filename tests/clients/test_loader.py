@@ -95,6 +95,11 @@ SOUND = [       # file, text, {vertex: some of its attributes}, [(first, second,
     ("a.graphml", GRAPHML.format('<node id="a"><data key="k">red</data></node><node id="b"/>\n'
                                  '<edge source="a" target="b"><data key="n">7</data></edge>'),
      {"a": {"color": "red"}, "b": {}}, [("a", "b", {"km": 7})], True),
+    ("within_one_another.graphml", GRAPHML.format(
+        '<node id="a" yfiles.foldertype="group"><graph edgedefault="directed"><node id="b"><graph edgedefault="directed">'
+        '<node id="c"><data key="k">red</data></node></graph></node><node id="d"/><edge source="b" target="d"/></graph></node>'
+        '<edge source="a" target="c"/></graph><graph edgedefault="directed"><node id="e"/>'),
+     {"a": {}, "b": {}, "c": {"color": "red"}, "d": {}, "e": {}}, [("b", "d", {}), ("a", "c", {})], True),
     ("a.gexf", GEXF.format('<node id="a"><viz:color r="255" g="0" b="9"/><viz:size value="40"/></node><node id="b" label="B"/>',
                            '<edge source="a" target="b" weight="2.5"/>'),
      {"a": {"color": "#FF0009", "size": 3.0}, "b": {"label": "B"}}, [("a", "b", {"weight": 2.5})], True),
@@ -161,6 +166,10 @@ BAD = [         # file, text, what is said behind the file's name
      ":6: Bad GraphML data: no key q"),
     ("undirected.graphml", GRAPHML.format('<node id="a"/><node id="b"/>\n<edge source="a" target="b" directed="false"/>'),
      ":6: directed=false edge found in directed graph."),
+    ("both.graphml", GRAPHML.format('<node id="a"/></graph>\n<graph edgedefault="undirected"><node id="b"/>'),
+     ":6: a directed and an undirected graph in one file"),
+    ("inner.graphml", GRAPHML.format('<node id="a"><graph edgedefault="directed">\n<node id="b"/>\n'
+                                     '<node id="c"><data key="q">x</data></node></graph></node>'), ":7: Bad GraphML data: no key q"),
     ("stranger.graphml", GRAPHML.format('<node id="a"/>\n<edge source="a" target="b"/>'), ":6: there is no node 'b'"),
     ("nameless.graphml", GRAPHML.format('<node id="a"/>\n<node/>'), ":6: a node without id"),
     ("twice.graphml", GRAPHML.format('<node id="a"/>\n<node id="a"/>'), ":6: a second node 'a'"),

@@ -22,7 +22,7 @@ Read = Callable[[bytes], Any]
 
 
 def graphml(data: bytes) -> Any:
-    return _read(data, lambda text: nx.read_graphml(io.BytesIO(text)))
+    return _read(data, lambda text: nx.read_graphml(io.BytesIO(_mended(text, _in_one_graph))))
 
 
 def gexf(data: bytes) -> Any:
@@ -42,6 +42,20 @@ def _mended(data: bytes, mend: Callable[[ElementTree.Element], bool]) -> bytes:
     """The document as mend makes it, which says whether it has changed anything."""
     root = ElementTree.fromstring(data)
     return ElementTree.tostring(root) if mend(root) else data
+
+
+def _in_one_graph(root: ElementTree.Element) -> bool:
+    """Puts what graphs within vertices and further graphs of a GraphML file hold, which networkx leaves out, into the first."""
+    space = root.tag.rpartition("graphml")[0]
+    first, *others = list(root.iter(f"{space}graph")) or [root]
+    for graph in others:
+        first.extend(child for child in graph if _is_record(child.tag))
+        graph.clear()
+        graph.tag = "emptied"
+    if others:
+        for vertex in root.iter(f"{space}node"):
+            vertex.attrib.pop("yfiles.foldertype", None)        # where networkx would look for its graph
+    return bool(others)
 
 
 def _gexf_as_known(root: ElementTree.Element) -> bool:
@@ -81,17 +95,23 @@ def _examine(data: bytes) -> None:
     """BadLine for what must not come near a parser that builds things, and for vertices and edges that are incomplete."""
     parser = expat.ParserCreate(namespace_separator="}")
     depth = 0
+    directed: str | None = None
     vertices: set[str] = set()
     edges: list[tuple[int, str, str]] = []
 
     def begin(name: str, attributes: dict[str, str]) -> None:
-        nonlocal depth
+        nonlocal depth, directed
         depth += 1
         line = parser.CurrentLineNumber
         if depth > DEEPEST:
             raise BadLine("nested too deeply", line)
         tag = name.rpartition("}")[2]
-        if tag == "node":
+        if tag == "graph":
+            kind = attributes.get("edgedefault")
+            directed = directed or kind
+            if kind != directed and kind is not None:
+                raise BadLine("a directed and an undirected graph in one file", line)
+        elif tag == "node":
             if "id" not in attributes:
                 raise BadLine("a node without id", line)
             if attributes["id"] in vertices:
