@@ -201,7 +201,12 @@ BAD = [         # file, text, what is said behind the file's name
     ("lists.net", "*Vertices 1\n1 a\n*Arcslist\n1 1\n", ":3: *Arcslist is not read"),
     ("matrix.net", "*Vertices 2\n1 a\n2 b\n*Matrix\n0 1\n1 x\n", ":6: a row of the matrix wants a whole number a vertex"),
     ("end.dot", "digraph {\n a -> b;\n b -> ;\n}\n", ":3: cannot be read as DOT"),
-    ("two.dot", "graph { a -- b }\ngraph { c -- d }\n", ": holds more than one graph"),
+    ("two.dot", "graph { a -- b }\nstrict graph { c -- d }\n", ":2: holds more than one graph"),
+    ("arrow.dot", "graph {\n a -> b }", ':2: "->" between vertices; edges of this graph are written "--"'),
+    ("line.dot", "digraph {\n a -> b [bold];\n c -- d }", ':3: "--" between vertices; edges of this graph are written "->"'),
+    ("behind.dot", "graph { a }\nmore", ":2: something stands behind the end of the graph"),
+    ("brace.dot", "graph { a [bold] }\n\n}", ":3: something stands behind the end of the graph"),
+    ("sign.dot", "graph { a }\n?", ":2: something stands behind the end of the graph"),
     ("deep.dot", "graph " + "{" * 5000 + "}" * 5000, ": nested too deeply"),
     ("comma.json", '{"nodes": [\n{"id": 1},\n{"id": 2,}],\n"links": []}',
      ":3: Expecting property name enclosed in double quotes"),
@@ -267,7 +272,7 @@ def test_the_quick_reader_of_dot_and_pydot_find_the_same():
         directed = chooser.random() < 0.5
         lines = [statement("->" if directed else "--", 1) + chooser.choice([";", "", " // end"]) for _ in range(8)]
         text = f"{'digraph' if directed else 'graph'} g {{\n" + "\n".join(lines) + "\n}\n"
-        quick, slow = _Reader(text).build.G, _by_pydot(text)
+        quick, slow = _Reader(text).read(), _by_pydot(text)
 
         def all_of(G):
             edges = [((u, v) if G.is_directed() else frozenset((u, v)), tuple(sorted(data.items())))

@@ -16,18 +16,22 @@ TOKEN = re.compile(r"""
     (?:(--|->) | ([{}\[\];,=:+]) | (<) | \Z |
        ([A-Za-z_\x80-\uffff][\w\x80-\uffff]*|-?(?:\.\d+|\d+(?:\.\d*)?)|"(?:[^"\\]|\\.)*"))""", re.S | re.M | re.X)
 
+BEHIND = "something stands behind the end of the graph"
 SHAPES = {"box": "cube", "rect": "cube", "rectangle": "cube", "square": "cube", "box3d": "cube", "ellipse": "sphere",
           "oval": "sphere", "circle": "sphere", "doublecircle": "torus", "diamond": "octahedron", "triangle": "tetrahedron",
           "hexagon": "dodecahedron", "octagon": "icosahedron", "plaintext": "none", "plain": "none", "point": "sphere"}
 
 
 def dot(text: str) -> Any:
+    reader = _Reader(text)
     try:
-        return _Reader(text).build.G
+        return reader.read()
     except _NotUnderstood:
-        return _by_pydot(text)
+        G = _by_pydot(text)
     except RecursionError as error:
         raise BadLine(told(error)) from None
+    reader.look_at_the_rest()
+    return G
 
 
 def _bare(word: Any) -> str:
@@ -109,32 +113,59 @@ class _Reader:
     """Reads the text from its beginning to its end and builds the graph on the way."""
 
     def __init__(self, text: str) -> None:
+        self.text = text
         self.tokens = self._tokens(text)
-        self.token = next(self.tokens)
+        self.edge_sign = self.wrong_sign = self.token = ""
+
+    def read(self) -> Any:
+        """The graph. _NotUnderstood if pydot is to be asked; BadLine."""
+        self._next()
         strict = self._keyword("strict")
         directed = self._keyword("digraph")
         if not directed and not self._keyword("graph"):
             raise _NotUnderstood
         if self._is_id():
             self._id()
-        self.edge_sign = "->" if directed else "--"
+        self.edge_sign, self.wrong_sign = ("->", "--") if directed else ("--", "->")
         self.build = _Builder(directed, strict)
         self._group(_Scope())
-        if self.token:
-            raise _NotUnderstood
+        return self.build.G
 
-    @staticmethod
-    def _tokens(text: str) -> Iterator[str]:
-        """The last of them is empty."""
-        position = 0
+    def look_at_the_rest(self) -> None:
+        """BadLine for what pydot, which has read the text meanwhile, passes over without a word."""
+        with contextlib.suppress(_NotUnderstood, StopIteration):
+            while self.token:
+                self._next()
+
+    def _tokens(self, text: str) -> Iterator[str]:
+        """The last of them is empty. BadLine for the other kind's edges and for what stands behind the graph."""
+        position = depth = 0
+        closed = False
         while found := TOKEN.match(text, position):
             position = found.end()
+            if closed and found.lastindex:
+                another = (found[4] or "").lower() in ("strict", "graph", "digraph")
+                raise self._bad(position, "holds more than one graph" if another else BEHIND)
             if found[3]:
                 position, start = _end_of_html(text, position), position - 1
                 yield text[start:position]
-            else:
-                yield found[1] or found[2] or found[4] or ""
+                continue
+            token = found[1] or found[2] or found[4] or ""
+            if found[1] and token == self.wrong_sign:
+                raise self._bad(position, f'"{token}" between vertices; edges of this graph are written "{self.edge_sign}"')
+            if token == "{":
+                depth += 1
+            elif token == "}":
+                depth -= 1
+                closed = depth <= 0
+            yield token
+        if closed and (rest := re.compile(r"\S").search(text, position)):
+            raise self._bad(rest.end(), BEHIND)
         raise _NotUnderstood
+
+    def _bad(self, position: int, what: str) -> BadLine:
+        """At what ends at the position."""
+        return BadLine(what, self.text.count("\n", 0, position) + 1)
 
     def _next(self) -> str:
         token, self.token = self.token, next(self.tokens)
