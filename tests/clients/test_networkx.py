@@ -287,7 +287,15 @@ def test_show_draws_a_graph_and_later_what_has_changed(window, kind):
     assert {vertex.label for vertex in shown.vertices.values()} == {"1", "2", "4"}
     blue = [edge for edge in shown.edges.values() if edge.color == "#0000FF"]
     assert [{edge.first, edge.second} for edge in blue] == [{shown.vertices[4], shown.vertices[1]}]
-    assert len(window.edges) == G.number_of_edges() - 1
+    edges = len(window.edges)
+    assert edges == G.number_of_edges() - 1
+    Client().clear()
+    G.nodes[1]["color"] = "red"
+    with pytest.raises(tessarel.CallFailed):
+        shown.update()
+    shown.redraw()
+    there = Client.together([("set_vertex_attribute", vertex.id, "fontsize", "12") for vertex in shown.vertices.values()])
+    assert there == [0, 0, 0] and len(shown.edges) == edges
     shown.remove()
     assert not window.vertices and not window.edges
     assert not any(answer == 0 for answer in Client.together([("remove_vertex", n) for n in window.ever["vertex"]]))

@@ -93,6 +93,13 @@ class Mirror:
                 for vertex in vertices[start:start + REMOVALS]:
                     vertex.remove()
 
+    def redraw(self) -> None:
+        """Shows the whole graph anew, whatever has become of what was shown before."""
+        with contextlib.suppress(Error):
+            self.remove_all()
+        self.touch_all()
+        self.settle()
+
     def settle(self) -> None:
         """Shows what was touched as it is now."""
         for _ in self.settling():
@@ -237,6 +244,10 @@ class Shown:
         """Shows what has changed in the graph since it was shown."""
         self._mirror.touch_all()
         self._mirror.settle()
+
+    def redraw(self) -> None:
+        """Draws the whole graph again, after somebody else has cleared the window or the server was started anew."""
+        self._mirror.redraw()
 
     def remove(self) -> None:
         """Takes it out of the window."""
@@ -483,12 +494,7 @@ class _Live:
 
     def redraw(self) -> None:
         """Draws the whole graph again, after somebody else has cleared the window or the server was started anew."""
-        mirror = self._shown()
-        with contextlib.suppress(Error):
-            mirror.remove_all()
-        mirror.forget()
-        mirror.touch_all()
-        mirror.settle()
+        self._shown().redraw()
 
     def close(self) -> None:
         """Shows no further changes, and ends the connection if it is the graph's own. The picture stays."""
