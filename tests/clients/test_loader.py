@@ -490,3 +490,18 @@ def test_a_server_that_goes_or_a_window_that_is_cleared_ends_it(window, tmp_path
     window.batch = lambda: contextlib.nullcontext()         # each call at once
     status, output, errors = load(file, "--no-arrows")
     assert (status, output) == (4, "") and re.match(r"tessarel-load: new_edge_w_id\(\d+, \d+, \d+\) failed: .*not there", errors)
+    assert errors.endswith("; sent until then: 2 vertices and 0 edges of 3 and 2\n")
+
+
+def test_a_full_disk_or_a_closed_pipe_spoils_the_totals_alone(window, tmp_path):
+    (tmp_path / "a.edges").write_text("a b\n", encoding="ascii")
+    with open("/dev/full", "wb") as full:
+        loader = start(tmp_path / "a.edges", stdout=full, stderr=subprocess.PIPE)
+        assert loader.communicate()[1] == "tessarel-load: standard output: No space left on device\n" and loader.returncode == 0
+        with start(tmp_path / "absent", "--format", "gml", stdout=full, stderr=full) as loader:
+            assert loader.wait() == 1
+    ours, theirs = os.pipe()
+    os.close(ours)
+    with os.fdopen(theirs, "wb") as closed:
+        loader = start(tmp_path / "a.edges", stdout=closed, stderr=subprocess.PIPE)
+        assert loader.communicate()[1] == "tessarel-load: standard output: Broken pipe\n" and loader.returncode == 0

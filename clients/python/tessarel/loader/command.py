@@ -3,18 +3,19 @@ from __future__ import annotations
 
 import argparse
 import contextlib
+import os
 import signal
 import sys
 import time
 from types import FrameType, TracebackType
-from typing import Any, Sequence
+from typing import Any, Sequence, Sized, TextIO
 
 from ..errors import BadValue, Error, NoServer
 from ..graph import Graph, connect
 from ..looks import Looks
 from ..networkx import Mirror
 from .faults import BadInput
-from .following import follow
+from .following import Stream, follow
 from .reading import FORMATS, format_of, read
 
 DONE, BAD_INPUT, USAGE, NO_SERVER, FAILED, INTERRUPTED = 0, 1, 2, 3, 4, 130
@@ -57,12 +58,12 @@ class Command:
         self.options = options
 
     def tell(self, text: str) -> None:
-        if not self.options.quiet:
-            print(text, flush=True)
+        if not self.options.quiet and (fault := _written(sys.stdout, text)):
+            self.complain(f"standard output: {fault.strerror}")
 
     @staticmethod
     def complain(text: str) -> None:
-        print(f"tessarel-load: {text}", file=sys.stderr, flush=True)
+        _written(sys.stderr, f"tessarel-load: {text}")
 
     def run(self) -> int:
         try:
@@ -105,7 +106,10 @@ class Command:
         except KeyboardInterrupt:       # the second: whatever was under way is lost
             self.complain("interrupted twice; what was sent last may lack something")
             return INTERRUPTED
-        shown = f"{len(mirror.vertices):,} vertices and {len(mirror.edges):,} edges"
+        except Error as error:
+            self.complain(f"{error}; sent until then: {_counts(mirror.vertices, mirror.edges)} of {vertices:,} and {edges:,}")
+            return FAILED
+        shown = _counts(mirror.vertices, mirror.edges)
         if len(mirror.vertices) < vertices or len(mirror.edges) < edges:
             self.complain(f"interrupted; shown are {shown} of {vertices:,} and {edges:,}, and each edge has both its ends")
             return INTERRUPTED
@@ -117,10 +121,30 @@ class Command:
         if self.options.clear:
             graph.clear()
         arrows, labels = (value is None or value for value in (self.options.arrows, self.options.labels))
-        stream = follow(graph, arrows, labels, interrupt, self.complain)
+        stream = Stream(graph, arrows, labels)
+        try:
+            follow(stream, interrupt, self.complain)
+        except Error as error:
+            self.complain(f"{error}; sent until then: {stream.lines:,} lines, {_counts(stream.vertices, stream.edges)}")
+            return FAILED
         bad = f"; {stream.bad:,} bad lines" if stream.bad else ""
-        self.tell(f"{stream.lines:,} lines; {len(stream.vertices):,} vertices and {len(graph.edges):,} edges are shown{bad}")
+        self.tell(f"{stream.lines:,} lines; {_counts(stream.vertices, stream.edges)} are shown{bad}")
         return INTERRUPTED if stream.interrupted else BAD_INPUT if stream.bad else DONE
+
+
+def _counts(vertices: Sized, edges: Sized) -> str:
+    return f"{len(vertices):,} vertices and {len(edges):,} edges"
+
+
+def _written(stream: TextIO, text: str) -> OSError | None:
+    """Writes a line, or gives the reason why not: a full disk, or nobody at the pipe's other end."""
+    try:
+        print(text, file=stream, flush=True)
+        return None
+    except OSError as error:
+        with contextlib.suppress(OSError), open(os.devnull, "wb") as nowhere:      # else Python tries again at its end
+            os.dup2(nowhere.fileno(), stream.fileno())
+        return error
 
 
 class _NoBar:

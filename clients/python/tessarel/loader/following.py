@@ -94,12 +94,11 @@ def _look(kind: type[Vertex] | type[Edge], attributes: Mapping[str, Any]) -> dic
     return look
 
 
-def follow(graph: Graph, arrows: bool, labels: bool, interrupt: Interruptible, complain: Callable[[str], None]) -> Stream:
+def follow(stream: Stream, interrupt: Interruptible, complain: Callable[[str], None]) -> None:
     """Shows standard input line by line, to its end or until Ctrl-C. What has come together is sent together."""
-    stream = Stream(graph, arrows, labels)
     try:
         for lines in _chunks(sys.stdin.fileno(), interrupt):
-            with graph.batch():
+            with stream.graph.batch():
                 for line in lines:
                     stream.lines += 1
                     try:
@@ -113,7 +112,6 @@ def follow(graph: Graph, arrows: bool, labels: bool, interrupt: Interruptible, c
     except KeyboardInterrupt:
         stream.interrupted = True
     stream.interrupted = stream.interrupted or interrupt.asked
-    return stream
 
 
 def _chunks(descriptor: int, interrupt: Interruptible) -> Iterator[list[bytes]]:
