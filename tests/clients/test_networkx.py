@@ -333,7 +333,8 @@ def test_options_turn_attributes_into_looks(window, options, vertices, edges):
 @pytest.mark.parametrize("options, complaint", [
     (dict(color="no such"), "no vertex has an attribute 'no such'; there are word, degree, id"),
     (dict(edge_label="word"), "no edge has an attribute 'word'; there are km"),
-    (dict(size="word"), "the 'word' of 1 is no number"), (dict(colour="word"), "'colour' is no option"),
+    (dict(size="word"), "the 'word' of 1 is no number: 'long'"),
+    (dict(width={(1, 2): "x"}), "width: the value of the edge from 1 to 2 is no number: 'x'"), (dict(colour="word"), "'colour' is no option"),
     (dict(size=3), "size wants an attribute's name, a mapping or a function, not 3"),
 ])
 def test_an_option_that_cannot_be_meant_is_told_and_shows_nothing(window, options, complaint):

@@ -214,8 +214,11 @@ class Looks:
         find = _finder(G, source, items, of_vertices)
         scale = Scale(find(item, data) for item, data in items)
         if option in ("size", "width", "strength") and not scale.numeric and scale.kinds:
-            worst = next(item for item, data in items if (v := find(item, data)) not in (None, "") and _number(v) is None)
-            raise BadValue(f"{option}: the {source!r} of {worst!r} is no number")
+            worst, value = next((item, v) for item, data in items
+                                if (v := find(item, data)) not in (None, "") and _number(v) is None)
+            which = repr(worst) if of_vertices else f"the edge from {worst[0]!r} to {worst[1]!r}"
+            what = repr(source) if isinstance(source, str) else "value"         # a whole mapping would be too much
+            raise BadValue(f"{option}: the {what} of {which} is no number: {value!r}")
         return find, scale
 
     def vertex(self, node: Hashable, data: Mapping[Any, Any]) -> Look:
