@@ -12,9 +12,19 @@ import networkx as nx
 from .faults import BadLine, told
 
 
+# Where a GML file's graph begins, in quotes and comments aside.
+GML_GRAPH = re.compile(r'"[^"]*"|^\s*#.*|\bgraph\s*\[', re.M)
+
+
 def gml(text: str) -> Any:
     try:
-        return _gml(text)
+        try:
+            return _gml(text)
+        except nx.NetworkXError as error:
+            if not re.match(r"edge #\d+ .* is duplicated", str(error)):
+                raise
+        # Many programs leave it to the reader to find out that edges are doubled.
+        return _gml(GML_GRAPH.sub(lambda found: found[0] + " multigraph 1 " * found[0].endswith("["), text))
     except (nx.NetworkXError, ValueError, RecursionError, TypeError, AttributeError, KeyError) as error:
         raise BadLine(*_gml_fault(text, error)) from None
 
