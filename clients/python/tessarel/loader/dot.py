@@ -14,7 +14,7 @@ from .faults import BadLine, told
 TOKEN = re.compile(r"""
     (?:\s|//[^\n]*|/\*.*?\*/|^\#[^\n]*)*
     (?:(--|->) | ([{}\[\];,=:+]) | (<) | \Z |
-       ([A-Za-z_\x80-\uffff][\w\x80-\uffff]*|-?(?:\.\d+|\d+(?:\.\d*)?)|"(?:[^"\\]|\\.)*"))""", re.S | re.M | re.X)
+       ([A-Za-z_\x80-\uffff][\w\x80-\uffff]*|-?(?:\.\d+|\d+(?:\.\d*)?)|"[^"\\]*(?:\\.[^"\\]*)*"))""", re.S | re.M | re.X)
 
 BEHIND = "something stands behind the end of the graph"
 SHAPES = {"box": "cube", "rect": "cube", "rectangle": "cube", "square": "cube", "box3d": "cube", "ellipse": "sphere",
