@@ -36,7 +36,7 @@ void memoryOfGraph(benchmark::State& state) {
   state.counters["B/vertex"] = perVertex;
   state.counters["B/vertex stepped"] = perVertexStepped;
 }
-BENCHMARK(memoryOfGraph)->Arg(100000)->Iterations(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(memoryOfGraph)->Arg(100000)->Iterations(1)->Repetitions(1)->Unit(benchmark::kMillisecond);
 
 void makeGraph(benchmark::State& state) {
   const LayoutGraph::Plan plan = LayoutGraph::plan(static_cast<int>(state.range(0)));

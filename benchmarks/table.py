@@ -55,7 +55,7 @@ def run(program, pattern):
     for row in json.loads(text)["benchmarks"]:
         if row.get("error_occurred"):
             print(f"{row['name']}: {row['error_message']}", file=sys.stderr)
-        elif row.get("aggregate_name") == "median":
+        elif row.get("aggregate_name") == "median" or row.get("repetitions") == 1:
             seconds = row["real_time"] * TIME_UNITS[row["time_unit"]]
             counters = {key: value for key, value in row.items() if key not in known}
             rows.append((row["run_name"], seconds, counters))
