@@ -167,7 +167,21 @@ def attributes_of(owner: type) -> dict[str, Attribute[Any]]:
     return {name: value for base in owner.__mro__ for name, value in vars(base).items() if isinstance(value, Attribute)}
 
 
-class VertexAttributes:
+class FontAttributes:
+    """How a label is written, of a vertex or an edge."""
+
+    __slots__ = ()
+
+    fontcolor = fontcolour = Attribute(_color, """\
+        Colour of the label, written as for color. Default: white.""")
+    fontfamily = Attribute(_text, """\
+        "Times Roman" or, for everything else, Helvetica. Default: Helvetica.""")
+    fontsize = Attribute(_whole, """\
+        A whole number from 1: Helvetica comes in 10 (below 11), 12 and 18 (above 12), Times Roman in 10 (below 19) and 24.
+        Default: 12.""")
+
+
+class VertexAttributes(FontAttributes):
     """The attributes of vertices and vertex styles."""
 
     __slots__ = ()
@@ -189,13 +203,6 @@ class VertexAttributes:
     label = Attribute(_text, """\
         Text above the solid, at most 4096 bytes and without emoji, which keeps its size on the screen. The window's fonts
         have one character a byte. Default: none.""")
-    fontcolor = fontcolour = Attribute(_color, """\
-        Colour of the label, written as for color. Default: white.""")
-    fontfamily = Attribute(_text, """\
-        "Times Roman" or, for everything else, Helvetica. Default: Helvetica.""")
-    fontsize = Attribute(_whole, """\
-        A whole number from 1: Helvetica comes in 10 (below 11), 12 and 18 (above 12), Times Roman in 10 (below 19) and 24.
-        Default: 12.""")
     charge = Attribute(_above_0, """\
         How strongly the vertex repels all others, a number above 0. Starts a layout that has come to rest. Default: 1.0.""")
     callback_left_doubleclick = Attribute(_url, """\
@@ -203,7 +210,7 @@ class VertexAttributes:
         the vertex's id. on_double_click does all this by itself. Default: none, and there is no way back to it.""")
 
 
-class EdgeAttributes:
+class EdgeAttributes(FontAttributes):
     """The attributes of edges and edge styles."""
 
     __slots__ = ()
@@ -220,13 +227,6 @@ class EdgeAttributes:
     label = Attribute(_text, """\
         Text at the middle, at most 4096 bytes and without emoji. The window's fonts have one character a byte.
         Default: none.""")
-    fontcolor = fontcolour = Attribute(_color, """\
-        Colour of the label, written as for color. Default: white.""")
-    fontfamily = Attribute(_text, """\
-        "Times Roman" or, for everything else, Helvetica. Default: Helvetica.""")
-    fontsize = Attribute(_whole, """\
-        A whole number from 1: Helvetica comes in 10 (below 11), 12 and 18 (above 12), Times Roman in 10 (below 19) and 24.
-        Default: 12.""")
     arrow = Attribute(_truth, """\
         Whether a cone on the line points at the second vertex; a curved edge has none. Default: False.""")
     arrow_position = Attribute(_0_to_1, """\
