@@ -1,5 +1,7 @@
 """Colours and questions that the window's checks share."""
-from support.waiting import wait_until
+import time
+
+from support.waiting import SLOWNESS, wait_until
 
 RED, GREEN, BLUE, YELLOW = (255, 0, 0), (0, 255, 0), (0, 0, 255), (255, 255, 0)
 DEFAULT = (128, 168, 255)
@@ -25,6 +27,18 @@ def steady(display, spots, seconds=30):
         boxes.append(now.box)
         return now if now.count and len(boxes) > 4 and len(set(boxes[-4:])) == 1 else None
     return wait_until(rests, "a steady picture", seconds, 0.05)
+
+
+def from_some_side(display, condition, what, seconds=20, pause=0.02):
+    """Like wait_until(), but walks around the graph meanwhile: things may stand behind others, or point at the eye."""
+    def true_or_turned():
+        nonlocal turn_at
+        if not (value := condition()) and time.monotonic() > turn_at:
+            display.drag((30, 570), (140, 530))         # about 50 degrees
+            turn_at = time.monotonic() + SLOWNESS
+        return value
+    turn_at = time.monotonic() + SLOWNESS
+    return wait_until(true_or_turned, what, seconds, pause)
 
 
 def near(point, other, distance):

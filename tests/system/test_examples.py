@@ -11,7 +11,7 @@ import sys
 import pytest
 from PIL import ImageDraw
 
-from support.looking import web
+from support.looking import from_some_side, web
 from support.waiting import SLOWNESS, wait_until
 
 EXAMPLES = pathlib.Path(__file__).resolve().parents[2] / "examples"
@@ -107,7 +107,7 @@ def test_the_process_tree_shows_load_birth_and_death(display, graph, run):
     busy = subprocess.Popen([sys.executable, "-c", "while True: pass"])
     try:
         wait_until(lambda: exists(graph, busy.pid), "the busy one")
-        wait_until(lambda: display.picture().tinted((255, 0, 128), 40).count > 20, "it in red", 20)
+        from_some_side(display, lambda: display.picture().tinted((255, 0, 128), 40).count > 20, "it in red")
     finally:
         busy.kill()
         busy.wait()
@@ -122,7 +122,7 @@ def test_the_file_tree_follows_what_happens_on_the_disk(display, graph, run, tmp
     wait_until(lambda: colours(display.picture()) == 1, "a file")
     (tmp_path / "new").mkdir()
     (tmp_path / "new" / "two.c").write_text("two")
-    wait_until(lambda: colours(display.picture()) == 2, "one of another kind")
+    from_some_side(display, lambda: colours(display.picture()) == 2, "one of another kind")
     (tmp_path / "new").rename(tmp_path.with_name("away"))
     wait_until(lambda: colours(display.picture()) == 1, "it to be gone")
     example.interrupt()
@@ -146,9 +146,9 @@ def test_the_history_of_a_repository_is_played_with_its_deletions(display, graph
     example = run("git_history.py", tmp_path, "--seconds", 6 * SLOWNESS)
     orange, python, other = (255, 144, 32), (102, 209, 255), (255, 255, 102)
     for colour, what in [(orange, "an author"), (python, "a file"), (other, "a file of another kind")]:
-        wait_until(lambda: display.picture().tinted(colour, 5).count > 30, what)
-    wait_until(lambda: display.picture().tinted(other, 5).count == 0, "it to be gone")
-    assert display.picture().tinted(python, 5).count > 30
+        from_some_side(display, lambda: display.picture().tinted(colour, 5).count > 30, what)
+    wait_until(lambda: display.picture().tinted(other, 3).count < 12, "it to be gone, but for a highlight on an author")
+    from_some_side(display, lambda: display.picture().tinted(python, 5).count > 30, "the other still there")
     example.end()
 
 
@@ -156,12 +156,12 @@ def test_the_sockets_show_ports_with_who_listens_and_who_calls(display, graph, r
     def rings():
         return blobs(display.picture().tinted((64, 224, 160), 6))
     example = run("open_sockets.py")
-    wait_until(lambda: rings() == 1, "the server's own port", 20)
+    from_some_side(display, lambda: rings() == 1, "the server's own port")
     with socket.create_server(("::1", 0), family=socket.AF_INET6) as listener:
-        wait_until(lambda: rings() == 2, "a port of ours", 20)
+        from_some_side(display, lambda: rings() == 2, "a port of ours")
         with socket.create_connection(listener.getsockname()[:2]):
-            wait_until(lambda: display.picture().tinted((72, 144, 255)).count > 200, "processes")
-    wait_until(lambda: rings() == 1, "our port to be gone", 20)
+            from_some_side(display, lambda: display.picture().tinted((72, 144, 255)).count > 200, "processes")
+    from_some_side(display, lambda: rings() == 1, "our port to be gone")
     example.interrupt()
 
 
@@ -171,16 +171,17 @@ def test_a_double_click_on_a_module_lights_up_what_it_needs(display, graph, run,
                        ("well", "import os")]:
         (tmp_path / "town" / f"{name}.py").write_text(text)
     example = run("python_imports.py", "town", PYTHONPATH=str(tmp_path))
-    wait_until(lambda: display.picture().tinted((203, 112, 111)).count > 300, "modules that others import, in red")
+    from_some_side(display, lambda: display.picture().tinted((203, 112, 111)).count > 300, "modules that others import, in red")
     assert display.picture().tinted((255, 224, 96), 6).count == 0
 
     def lights_up():
-        display.double_click(*map(int, display.picture().tinted((77, 166, 255), 6).centre))
+        first = display.picture().tinted((77, 166, 255), 6)         # the one that none imports, in blue
+        if first.count > 100:
+            display.double_click(*map(int, first.centre))
         return display.picture().tinted((255, 224, 96), 6).count > 60
     graph.set_vertex_style_attribute(0, "fontcolor", "#000000")
     graph.set_edge_style_attribute(0, "color", "#404040")
-    wait_until(lambda: display.picture().tinted((77, 166, 255), 6).count > 100, "the one that none imports, in blue")
-    wait_until(lights_up, "the imports below it in yellow", 60, 2)
+    from_some_side(display, lights_up, "the imports below it in yellow", 60, 0.7)
     example.interrupt()
 
 
