@@ -2,10 +2,13 @@
 
 #include <pthread.h>
 
+#include <atomic>
+#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <mutex>
 #include <set>
+#include <thread>
 
 #include "concurrency/Lockable.h"
 #include "concurrency/ThreadPoolBase.h"
@@ -16,11 +19,14 @@ namespace quorel {
 /// Invariants: (1) `outstanding` is the number of jobs placed on the queue and not yet finished; (2) a dependent is
 ///             counted before the job that released it is uncounted, so `outstanding` does not pass through 0 in the
 ///             middle of a chain.
-/// Threading:  every field is guarded by the pool's lock, and both condition variables are used with it.
+/// Threading:  every field is guarded by the pool's lock, and both condition variables are used with it; `jobInQueue`
+///             is also looked at without it, by whoever then looks again.
 /// Ownership:  jobs stay with their maker unless `deleteFinishedJobs` is set. The destructor lets the jobs at hand
 ///             finish, leaves those in the queue unrun, and returns when every worker has ended; it must not run on a
 ///             worker of the same pool.
-/// Cost:       an idle worker sleeps; a job costs two lock round trips beside those of its edges.
+/// Cost:       an idle worker sleeps. One that has run a job while others still run stays awake for up to 0.1 ms more:
+///             between two phases of a step it would be woken at once, which takes longer. A job costs two lock round
+///             trips beside those of its edges.
 template <class Job>
 class ThreadPool : public ThreadPoolBase, public Lockable {
 public:
@@ -53,6 +59,12 @@ private:
 
   /// Takes the front job and runs it. Entered and left with the pool's lock held.
   void runFrontJob();
+
+  /// Looks out for a job that one of those at hand may release, for no longer than it takes to be woken. Entered and
+  /// left with the pool's lock held.
+  void stayAwake();
+
+  std::atomic<bool> jobInQueue = false;  // says what `queue` is like, for a look without the lock
 };
 
 template <class Job>
@@ -85,6 +97,7 @@ template <class Job>
 void ThreadPool<Job>::submit(Job* job) {
   const std::lock_guard<Lockable> hold(*this);
   queue.push_back(job);
+  jobInQueue.store(true, std::memory_order_relaxed);
   ++outstanding;
   pthread_cond_signal(&workAvailable);
 }
@@ -97,6 +110,7 @@ void ThreadPool<Job>::submitAll(const Jobs& jobs) {
     queue.push_back(job);
     ++outstanding;
   }
+  jobInQueue.store(!queue.empty(), std::memory_order_relaxed);
   pthread_cond_broadcast(&workAvailable);
 }
 
@@ -115,11 +129,16 @@ void ThreadPool<Job>::waitUntilDone() {
 template <class Job>
 void ThreadPool<Job>::threadMain() {
   lock();
+  bool mayStayAwake = false;  // after a job, once: what is woken for nothing sleeps on
   while (!shutdown) {
-    if (queue.empty()) {
-      pthread_cond_wait(&workAvailable, &mutex);
-    } else {
+    if (!queue.empty()) {
       runFrontJob();
+      mayStayAwake = true;
+    } else if (mayStayAwake && outstanding != 0) {
+      stayAwake();
+      mayStayAwake = false;
+    } else {
+      pthread_cond_wait(&workAvailable, &mutex);
     }
   }
   threads.erase(pthread_self());
@@ -137,12 +156,24 @@ template <class Job>
 void ThreadPool<Job>::runFrontJob() {
   Job* job = queue.front();
   queue.pop_front();
+  jobInQueue.store(!queue.empty(), std::memory_order_relaxed);
   unlock();
   job->run();
   job->releaseDependents();
   if (deleteFinishedJobs) delete job;
   lock();
   if (--outstanding == 0) pthread_cond_broadcast(&allDone);
+}
+
+template <class Job>
+void ThreadPool<Job>::stayAwake() {
+  constexpr std::chrono::microseconds patience{100};
+  unlock();
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (!jobInQueue.load(std::memory_order_relaxed) && std::chrono::steady_clock::now() < end) {
+    std::this_thread::yield();
+  }
+  lock();
 }
 
 class Job;

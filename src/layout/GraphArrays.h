@@ -20,8 +20,9 @@ namespace quorel {
 ///                 what the edge caches of its attributes.
 /// Threading:  written under the layout's lock, `refresh` under globalStyleLock as well. In a step the workers read, and
 ///             write `positions` of their own vertices between the phases that read them.
-/// Cost:       `update` walks all sets if the structure has changed and does nothing otherwise; `read` and `refresh` look
-///             at one pointer of each vertex and edge, and at an attribute only if it was set since.
+/// Cost:       `update` walks all sets if the structure has changed and does nothing otherwise; `read` looks at one pointer
+///             of each vertex, `refresh` at one of each edge if any edge's style has moved, and both at an attribute only
+///             if it was set since.
 template <class Vertex>
 class GraphArrays {
 public:
@@ -96,6 +97,8 @@ private:
 
   bool valid = false;
   bool newCharges = false;
+  bool edgesRead = false;  // each edge was looked at since the structure changed
+  std::uint64_t seenMoves = 0;
   std::vector<std::uint32_t> stale;
   /// The edges in the order of memory, for the loop that looks at all of them.
   std::vector<Edge*> edgesByAddress;
@@ -156,6 +159,7 @@ void GraphArrays<Vertex>::update(const VertexSet& vertexSet) {
   edgesByAddress = edges;
   std::ranges::sort(edgesByAddress);
   valid = true;
+  edgesRead = false;
 }
 
 template <class Vertex>
@@ -173,6 +177,10 @@ void GraphArrays<Vertex>::refresh() {
   const bool newOriented = orientedWatch.changed(attributes.oriented);
   const bool newOrientations = orientationWatch.changed(attributes.orientation);
   const bool anyNew = newStrengths || newKnots || newOriented || newOrientations;
+  const bool anyMoved = !edgesRead || EdgeStyle::moves != seenMoves;
+  if (!anyNew && !anyMoved) return;
+  edgesRead = true;
+  seenMoves = EdgeStyle::moves;
   for (Edge* edge : edgesByAddress) {
     const bool moved = edge->refreshedVersion != edge->style.version;
     if (!moved && !anyNew) continue;

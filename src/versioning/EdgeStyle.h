@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -28,6 +29,7 @@ EdgeAttributes& edgeAttributes();
 
 /// A handle on a version of the tree of edges: a style, or what an edge holds. The values stand in edgeAttributes().
 /// Invariants: `shared` says that the version is somebody else's; it is exchanged for a child of it on the first write.
+///             `moves` rises with every handle that comes to another version.
 /// Threading:  every use stands under globalStyleLock.
 /// Ownership:  a plain value; the version is never freed.
 class EdgeStyle {
@@ -43,7 +45,19 @@ public:
   /// What an edge that has this style holds.
   static EdgeStyle following(const EdgeStyle& style) { return EdgeStyle(style.version, true); }
 
+  EdgeStyle(const EdgeStyle&) = default;
+  EdgeStyle& operator=(const EdgeStyle& other) {
+    version = other.version;
+    shared = other.shared;
+    ++moves;
+    return *this;
+  }
+  ~EdgeStyle() = default;
+
   static VersionTree& vtree();
+
+  /// While it stays, every handle is where it was.
+  static inline std::uint64_t moves = 0;
 
   /// For tables of attributes: `style.get(&EdgeAttributes::width)` is `style.get_width()`.
   template <class T>
@@ -53,8 +67,7 @@ public:
   template <class T>
   void set(Retro<T> EdgeAttributes::*attribute, std::type_identity_t<T> value) {
     if (shared) {
-      version = vtree().newVersion(version);
-      shared = false;
+      *this = EdgeStyle(vtree().newVersion(version), false);
     }
     (edgeAttributes().*attribute).set(version, std::move(value));
   }
