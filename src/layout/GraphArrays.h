@@ -97,8 +97,7 @@ private:
 
   bool valid = false;
   bool newCharges = false;
-  bool edgesRead = false;  // each edge was looked at since the structure changed
-  std::uint64_t seenMoves = 0;
+  std::uint64_t seenMoves = 0;  // `EdgeStyle::moves` when each edge was last looked at
   std::vector<std::uint32_t> stale;
   /// The edges in the order of memory, for the loop that looks at all of them.
   std::vector<Edge*> edgesByAddress;
@@ -159,7 +158,6 @@ void GraphArrays<Vertex>::update(const VertexSet& vertexSet) {
   edgesByAddress = edges;
   std::ranges::sort(edgesByAddress);
   valid = true;
-  edgesRead = false;
 }
 
 template <class Vertex>
@@ -177,10 +175,9 @@ void GraphArrays<Vertex>::refresh() {
   const bool newOriented = orientedWatch.changed(attributes.oriented);
   const bool newOrientations = orientationWatch.changed(attributes.orientation);
   const bool anyNew = newStrengths || newKnots || newOriented || newOrientations;
-  const bool anyMoved = !edgesRead || EdgeStyle::moves != seenMoves;
-  if (!anyNew && !anyMoved) return;
-  edgesRead = true;
-  seenMoves = EdgeStyle::moves;
+  const std::uint64_t moves = EdgeStyle::moves.load(std::memory_order_relaxed);
+  if (!anyNew && moves == seenMoves) return;
+  seenMoves = moves;
   for (Edge* edge : edgesByAddress) {
     const bool moved = edge->refreshedVersion != edge->style.version;
     if (!moved && !anyNew) continue;

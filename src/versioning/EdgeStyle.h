@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <type_traits>
@@ -29,7 +30,7 @@ EdgeAttributes& edgeAttributes();
 
 /// A handle on a version of the tree of edges: a style, or what an edge holds. The values stand in edgeAttributes().
 /// Invariants: `shared` says that the version is somebody else's; it is exchanged for a child of it on the first write.
-///             `moves` rises with every handle that comes to another version.
+///             `moves` rises with every handle that is made for a version or comes to another.
 /// Threading:  every use stands under globalStyleLock.
 /// Ownership:  a plain value; the version is never freed.
 class EdgeStyle {
@@ -49,15 +50,15 @@ public:
   EdgeStyle& operator=(const EdgeStyle& other) {
     version = other.version;
     shared = other.shared;
-    ++moves;
+    moves.fetch_add(1, std::memory_order_relaxed);
     return *this;
   }
   ~EdgeStyle() = default;
 
   static VersionTree& vtree();
 
-  /// While it stays, every handle is where it was.
-  static inline std::uint64_t moves = 0;
+  /// While it stays, every handle is where it was. An edge is made without globalStyleLock, hence atomic.
+  static inline std::atomic<std::uint64_t> moves = 0;
 
   /// For tables of attributes: `style.get(&EdgeAttributes::width)` is `style.get_width()`.
   template <class T>
@@ -91,7 +92,9 @@ public:
   bool shared;
 
 private:
-  EdgeStyle(Version* ownVersion, bool sharedVersion) : version(ownVersion), shared(sharedVersion) {}
+  EdgeStyle(Version* ownVersion, bool sharedVersion) : version(ownVersion), shared(sharedVersion) {
+    moves.fetch_add(1, std::memory_order_relaxed);
+  }
 };
 
 }  // namespace quorel
