@@ -266,10 +266,10 @@ void XmlRpcServer::serve() {
 }
 
 void XmlRpcServer::watch() {
+  const std::size_t many = mostConnections() / 2;
   while (!stopping) {
     const std::size_t count = connections.look(port(), patience);
-    const bool many = 2 * count > mostConnections();
-    sleepMilliseconds(many ? lookMillisecondsWhenMany : lookMilliseconds);
+    sleepMilliseconds(count > many ? lookMillisecondsWhenMany : lookMilliseconds);
   }
 }
 
