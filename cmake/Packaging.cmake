@@ -92,7 +92,7 @@ set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-tessarel)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
 set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "python3:any (>= 3.11)")
-set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "tessarel, python3-networkx, python3-pydot, python3-tqdm")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS "tessarel, python3-networkx, python3-pygraphviz, python3-tqdm")
 set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
   "${packaging}/debian/python/postinst;${packaging}/debian/python/prerm")
 set(CPACK_DEBIAN_PYTHON_DESCRIPTION
@@ -103,6 +103,6 @@ many calls travel in one request.
 .
 tessarel-load shows GraphML, GML, GEXF, Pajek, DOT, edge lists, CSV and
 node-link JSON files, or follows a stream of lines. It reads them by networkx,
-and DOT by pydot. A networkx graph is shown in one line, too.")
+and DOT by pygraphviz. A networkx graph is shown in one line, too.")
 
 include(CPack)

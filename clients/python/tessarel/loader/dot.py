@@ -1,88 +1,148 @@
-"""DOT, as pydot reads it and more quickly: pydot takes minutes for a large file, and of a chain of edges it drops what comes
-after a group in braces. It has the last word on what the reader here does not understand, and says where a file is bad."""
+"""DOT, as the library of the language's own makers reads it; pygraphviz hands it over. networkx would make the graph of that,
+too, but leaves out what a vertex has from "node [...]" if that is the last such line."""
 from __future__ import annotations
 
+import bisect
+import codecs
 import contextlib
-import io
+import os
 import re
+import sys
+import tempfile
 from typing import Any, Iterator, Mapping
 
 import networkx as nx
 
-from .faults import BadLine, told
+from .faults import BadLine
 
-TOKEN = re.compile(r"""
-    (?:\s|//[^\n]*|/\*.*?\*/|^\#[^\n]*)*
-    (?:(--|->) | ([{}\[\];,=:+]) | (<) | \Z |
-       ([A-Za-z_\x80-\uffff][\w\x80-\uffff]*|-?(?:\.\d+|\d+(?:\.\d*)?)|"[^"\\]*(?:\\.[^"\\]*)*"))""", re.S | re.M | re.X)
-
-BEHIND = "something stands behind the end of the graph"
 SHAPES = {"box": "cube", "rect": "cube", "rectangle": "cube", "square": "cube", "box3d": "cube", "ellipse": "sphere",
           "oval": "sphere", "circle": "sphere", "doublecircle": "torus", "diamond": "octahedron", "triangle": "tetrahedron",
           "hexagon": "dodecahedron", "octagon": "icosahedron", "plaintext": "none", "plain": "none", "point": "sphere"}
 
+NO_LABEL = "\1"         # what a vertex has as its label for the library if the file gives none: an empty one is something else
+MARKUP = re.compile(r"</?(?:b|i|u|o|s|su[bp]|font|br|table|t[rd]|[hv]r|img)\b[^<>]*>", re.I)
+
+CHARSET = re.compile(rb'\bcharset\s*=\s*"?([\w.:-]+)')
+SAID = re.compile(r"(syntax error|memory exhausted) in line (\d+)(.*)")
+LINE_MARK = re.compile(rb"^#(?=(?:line)?[ \t]*[+-]?\d)", re.M)
+NOTHING = re.compile(rb"(?:\s|//[^\n]*|/\*.*?\*/|^#[^\n]*)*", re.S | re.M)
+ANOTHER = re.compile(rb"(?:strict\s+)?(?:di)?graph\b", re.I)
+
+
+def encoding(data: bytes) -> str:
+    """What the file says of itself, without which it is UTF-8."""
+    said = None if data.startswith(codecs.BOM_UTF8) else CHARSET.search(data)
+    return said[1].decode() if said else "utf-8-sig"
+
 
 def dot(text: str) -> Any:
-    reader = _Reader(text)
+    if "\0" in text:        # where the library would leave out the rest of the line
+        raise BadLine("holds a NUL", text.count("\n", 0, text.index("\0")) + 1)
+    data = text.encode()
+    graph, said = _parsed(data)
+    if said:
+        # A comment like "# 12 vertices" sets the number of its line, as compilers have it.
+        raise _fault(_parsed(LINE_MARK.sub(b"##", data))[1])
+    if graph is None:
+        raise BadLine("there is no graph")
+    _look_behind(data)
+    return _built(graph)
+
+
+def _parsed(data: bytes) -> tuple[Any, str]:
+    """The first graph in the text, None without one, and what the library says is wrong; if there is a graph then, it is half."""
     try:
-        return reader.read()
-    except _NotUnderstood:
-        G = _by_pydot(text)
-    except RecursionError as error:
-        raise BadLine(told(error)) from None
-    reader.look_at_the_rest()
+        import pygraphviz
+    except ImportError:
+        raise BadLine("DOT files need pygraphviz (Debian: python3-pygraphviz; pip install pygraphviz)") from None
+    pygraphviz.graphviz.agattr(None, 1, b"label", NO_LABEL.encode())        # of each vertex of each graph from now on
+
+    def next_graph() -> Any:
+        graph = pygraphviz.AGraph()
+        try:
+            graph.read(file)
+        except pygraphviz.DotError:
+            return None
+        return graph
+
+    with tempfile.TemporaryFile() as file, _messages() as messages:
+        file.write(b"# 1\n" + data)         # else lines would be counted on from the text before
+        file.seek(0)
+        graph = next_graph()
+        said = os.pread(messages, 1 << 16, 0).decode(errors="replace")
+        file.seek(0, os.SEEK_END)
+        while next_graph() is not None:     # else what it has not read of the last line would come before the next text
+            pass
+    return graph, said[said.find("Error:"):] if "Error:" in said else ""
+
+
+@contextlib.contextmanager
+def _messages() -> Iterator[int]:
+    """A file descriptor for what comes to standard error, by any library, meanwhile."""
+    with tempfile.TemporaryFile() as file:
+        if sys.stderr:
+            sys.stderr.flush()
+        before = os.dup(2)
+        os.dup2(file.fileno(), 2)
+        try:
+            yield file.fileno()
+        finally:
+            os.dup2(before, 2)
+            os.close(before)
+
+
+def _fault(said: str) -> BadLine:
+    found = SAID.search(said)
+    if not found:
+        return BadLine(said.partition("\n")[0].removeprefix("Error: "))
+    what, line, where = found.groups()
+    if what == "memory exhausted":
+        return BadLine("nested too deeply, or too long a chain of edges", int(line))
+    hint = '; edges of a graph are written "--", those of a digraph "->"' * (where in (" near '--'", " near '->'"))
+    return BadLine(what + where + hint, int(line))
+
+
+def _look_behind(data: bytes) -> None:
+    """BadLine for what stands behind the graph, where the library does not look. It ends with the first brace with which it
+    is whole."""
+    ends = [found.end() for found in re.finditer(b"}", data)]
+
+    def whole(end: int) -> bool:
+        return _parsed(data[:end])[0] is not None
+    if whole(ends[-1] - 1):
+        ends = ends[:bisect.bisect_left(ends, True, key=whole) + 1]
+    rest = NOTHING.match(data, ends[-1]).end()                              # type: ignore[union-attr]
+    if rest < len(data):
+        another = ANOTHER.match(data, rest)
+        raise BadLine("holds more than one graph" if another else "something stands behind the end of the graph",
+                      data.count(b"\n", 0, rest) + 1)
+
+
+def _built(graph: Any) -> Any:
+    import pygraphviz
+    pygraphviz.graphviz.agattr(graph.handle, 0, b"charset", b"UTF-8")       # whatever the text was in before
+    directed, strict = graph.is_directed(), graph.is_strict()
+    G = ((nx.DiGraph if directed else nx.Graph) if strict else (nx.MultiDiGraph if directed else nx.MultiGraph))()
+    G.add_nodes_from((str(vertex), _vertex_look(vertex.attr.to_dict(), vertex)) for vertex in graph.nodes_iter())
+    G.add_edges_from((str(edge[0]), str(edge[1]), _edge_look(edge.attr.to_dict())) for edge in graph.edges_iter())
     return G
 
 
-def _bare(word: Any) -> str:
-    """Without its quotes."""
-    text = str(word)
-    if len(text) >= 2 and text[0] == text[-1] == '"':
-        text = text[1:-1].replace('\\"', '"').replace("\\\n", "")
-    return text
-
-
-class _Scope:
-    """What "node [...]" and "edge [...]" have set so far for what comes behind them."""
-
-    def __init__(self, above: _Scope | None = None) -> None:
-        self.node: dict[str, str] = dict(above.node) if above else {}
-        self.edge: dict[str, str] = dict(above.edge) if above else {}
-
-
-class _Builder:
-    def __init__(self, directed: bool, strict: bool) -> None:
-        kind = (nx.DiGraph if directed else nx.Graph) if strict else (nx.MultiDiGraph if directed else nx.MultiGraph)
-        self.G = kind()
-
-    def vertex(self, name: str, scope: _Scope, attributes: Mapping[str, str]) -> None:
-        if name not in self.G:
-            self.G.add_node(name)
-            self.G.nodes[name].update(_vertex_look(scope.node, name))
-        self.G.nodes[name].update(_vertex_look(attributes, name))
-
-    def edges(self, points: list[list[str]], scope: _Scope, attributes: Mapping[str, str]) -> None:
-        """From each of a point's vertices to each of the next one's."""
-        look = _edge_look({**scope.edge, **attributes})
-        for firsts, seconds in zip(points, points[1:]):
-            self.G.add_edges_from((first, second, dict(look)) for first in firsts for second in seconds)
-
-
 def _vertex_look(attributes: Mapping[str, str], name: str) -> dict[str, str]:
-    look = dict(attributes)
+    look = {key: value for key, value in attributes.items() if value and key != "label"}
     if "fillcolor" in look:
         look["color"] = look["fillcolor"]
     if "shape" in look:
         look["shape"] = SHAPES.get(look["shape"].lower(), look["shape"])
-    if "label" in look:
-        look["label"] = _label(look["label"].replace("\\N", name))
-    if look.get("style") == "invis":
+    if attributes["label"] != NO_LABEL:
+        look["label"] = _label(attributes["label"].replace("\\N", name))
+    if "invis" in look.get("style", "").split(","):
         look["visible"] = "false"
     return look
 
 
 def _edge_look(attributes: Mapping[str, str]) -> dict[str, str]:
-    look = dict(attributes)
+    look = {key: value for key, value in attributes.items() if value}
     styles = look.get("style", "").split(",")
     look.update({"stroke": style for style in styles if style in ("solid", "dashed", "dotted")})
     if "invis" in styles:
@@ -99,220 +159,5 @@ def _edge_look(attributes: Mapping[str, str]) -> dict[str, str]:
 
 
 def _label(text: str) -> str:
-    """Of markup only the text."""
-    if text.startswith("<") and text.endswith(">"):
-        text = re.sub(r"<[^<>]*>", " ", text[1:-1])
-    return re.sub(r"\\[nlr]", " ", text).strip()
-
-
-class _NotUnderstood(Exception):
-    """Wrong, or too much for this reader."""
-
-
-class _Reader:
-    """Reads the text from its beginning to its end and builds the graph on the way."""
-
-    def __init__(self, text: str) -> None:
-        self.text = text
-        self.tokens = self._tokens(text)
-        self.edge_sign = self.wrong_sign = self.token = ""
-
-    def read(self) -> Any:
-        """The graph. _NotUnderstood if pydot is to be asked; BadLine."""
-        self._next()
-        strict = self._keyword("strict")
-        directed = self._keyword("digraph")
-        if not directed and not self._keyword("graph"):
-            raise _NotUnderstood
-        if self._is_id():
-            self._id()
-        self.edge_sign, self.wrong_sign = ("->", "--") if directed else ("--", "->")
-        self.build = _Builder(directed, strict)
-        self._group(_Scope())
-        return self.build.G
-
-    def look_at_the_rest(self) -> None:
-        """BadLine for what pydot, which has read the text meanwhile, passes over without a word."""
-        with contextlib.suppress(_NotUnderstood, StopIteration):
-            while self.token:
-                self._next()
-
-    def _tokens(self, text: str) -> Iterator[str]:
-        """The last of them is empty. BadLine for the other kind's edges and for what stands behind the graph."""
-        position = depth = 0
-        closed = False
-        while found := TOKEN.match(text, position):
-            position = found.end()
-            if closed and found.lastindex:
-                another = (found[4] or "").lower() in ("strict", "graph", "digraph")
-                raise self._bad(position, "holds more than one graph" if another else BEHIND)
-            if found[3]:
-                position, start = _end_of_html(text, position), position - 1
-                yield text[start:position]
-                continue
-            token = found[1] or found[2] or found[4] or ""
-            if found[1] and token == self.wrong_sign:
-                raise self._bad(position, f'"{token}" between vertices; edges of this graph are written "{self.edge_sign}"')
-            if token == "{":
-                depth += 1
-            elif token == "}":
-                depth -= 1
-                closed = depth <= 0
-            yield token
-        if closed and (rest := re.compile(r"\S").search(text, position)):
-            raise self._bad(rest.end(), BEHIND)
-        raise _NotUnderstood
-
-    def _bad(self, position: int, what: str) -> BadLine:
-        """At what ends at the position."""
-        return BadLine(what, self.text.count("\n", 0, position) + 1)
-
-    def _next(self) -> str:
-        token, self.token = self.token, next(self.tokens)
-        return token
-
-    def _take(self, token: str) -> bool:
-        if self.token == token:
-            self._next()
-            return True
-        return False
-
-    def _want(self, token: str) -> None:
-        if not self._take(token):
-            raise _NotUnderstood
-
-    def _keyword(self, word: str) -> bool:
-        if self.token.lower() == word:
-            self._next()
-            return True
-        return False
-
-    def _is_id(self) -> bool:
-        return bool(self.token) and self.token not in ("--", "->") and self.token not in "{}[];,=:+"
-
-    def _id(self) -> str:
-        if not self._is_id():
-            raise _NotUnderstood
-        text = _bare(self._next())
-        return text + self._id() if self._take("+") else text
-
-    def _group(self, scope: _Scope) -> list[str]:
-        """What stands in braces; returns the names of its vertices."""
-        names: list[str] = []
-        self._want("{")
-        while not self._take("}"):
-            names += self._statement(scope)
-            self._take(";")
-        return list(dict.fromkeys(names))
-
-    def _statement(self, scope: _Scope) -> list[str]:
-        kind = self.token.lower()
-        if kind in ("node", "edge", "graph"):
-            self._next()
-            attributes = self._attributes()
-            if kind != "graph":
-                getattr(scope, kind).update(attributes)
-            return []
-        points = [self._point(scope)]
-        if self._take("="):         # of the graph itself
-            self._id()
-            return []
-        while self._take(self.edge_sign):
-            points.append(self._point(scope))
-        attributes = self._attributes() if self.token == "[" else {}
-        for point in points:
-            for name in point:
-                self.build.vertex(name, scope, attributes if len(points) == 1 else {})
-        self.build.edges(points, scope, attributes)
-        return [name for point in points for name in point]
-
-    def _point(self, scope: _Scope) -> list[str]:
-        named = self._keyword("subgraph")
-        if named and self._is_id():
-            self._id()
-        if named or self.token == "{":
-            return self._group(_Scope(scope))
-        name = self._id()
-        while self._take(":"):
-            self._id()
-        return [name] if self.token != "=" else []
-
-    def _attributes(self) -> dict[str, str]:
-        attributes: dict[str, str] = {}
-        while self._take("["):
-            while not self._take("]"):
-                key = self._id()
-                self._want("=")
-                attributes[key] = self._id()
-                _ = self._take(",") or self._take(";")
-        return attributes
-
-
-def _end_of_html(text: str, position: int) -> int:
-    depth = 1
-    for found in re.compile("[<>]").finditer(text, position):
-        depth += 1 if found[0] == "<" else -1
-        if not depth:
-            return found.end()
-    raise _NotUnderstood
-
-
-def _by_pydot(text: str) -> Any:
-    try:
-        import pydot
-    except ImportError:
-        raise BadLine("this DOT file needs pydot to be read (Debian: python3-pydot)") from None
-    said = io.StringIO()
-    try:
-        with contextlib.redirect_stdout(said), contextlib.redirect_stderr(said):
-            graphs = pydot.graph_from_dot_data(text)
-    except Exception as error:
-        raise BadLine(told(error)) from None
-    if not graphs or not isinstance(graphs[0], pydot.Dot):
-        place = re.search(r"\(line:(\d+), col:\d+\)", said.getvalue())
-        raise BadLine("cannot be read as DOT" if place else "there is no graph", int(place[1]) if place else None)
-    if len(graphs) > 1:
-        raise BadLine("holds more than one graph")
-    graph = graphs[0]
-    build = _Builder(graph.get_type() == "digraph", bool(graph.get_strict(None)))
-    _walk(graph.obj_dict, build, _Scope())
-    return build.G
-
-
-def _walk(graph: Mapping[str, Any], build: _Builder, scope: _Scope) -> list[str]:
-    """Builds what stands in a graph or subgraph, in the order of the file; returns the names of its vertices."""
-    names: list[str] = []
-    for kind, item in sorted(_statements(graph), key=lambda each: int(each[1]["sequence"])):
-        attributes = {_bare(key): _bare(value) for key, value in item["attributes"].items() if value is not None}
-        if kind == "node":
-            name = _bare(item["name"])
-            if item["name"] in ("node", "edge", "graph"):
-                if item["name"] != "graph":
-                    getattr(scope, item["name"]).update(attributes)
-            elif name not in ("\\n", "\\r\\n"):         # what a line's end in a wrong place is for pydot
-                build.vertex(name, scope, attributes)
-                names.append(name)
-        elif kind == "subgraph":
-            names += _walk(item, build, _Scope(scope))
-        else:
-            points = [_point(point, build, scope) for point in item["points"]]
-            for name in [name for point in points for name in point]:
-                build.vertex(name, scope, {})
-            build.edges(points, scope, attributes)
-            names += [name for point in points for name in point]
-    return list(dict.fromkeys(names))
-
-
-def _statements(graph: Mapping[str, Any]) -> Iterator[tuple[str, Mapping[str, Any]]]:
-    for kind in ("node", "edge", "subgraph"):
-        for items in graph[f"{kind}s"].values():
-            for item in items:
-                yield kind, item
-
-
-def _point(point: Any, build: _Builder, scope: _Scope) -> list[str]:
-    if isinstance(point, str):
-        # "a":port:n; a colon within quotes belongs to the name.
-        found = re.match(r'"(?:[^"\\]|\\.)*"|[^:]*', point)
-        return [_bare(found[0] if found else point)]
-    return _walk(point if isinstance(point, Mapping) else point.obj_dict, build, _Scope(scope))
+    """Without markup and the ends of lines."""
+    return re.sub(r"\\[nlr]", " ", MARKUP.sub(" ", text)).strip()

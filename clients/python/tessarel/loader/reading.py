@@ -16,19 +16,22 @@ LARGEST = 256 << 20     # bytes; a graph that no window could show
 FromText = Callable[[str], Any]
 
 
-def _text(read: FromText) -> Callable[[bytes], Any]:
+def _text(read: FromText, encoding: Callable[[bytes], str] = lambda _: "utf-8-sig") -> Callable[[bytes], Any]:
     def from_bytes(data: bytes) -> Any:
+        name = encoding(data)
         try:
-            return read(data.decode("utf-8-sig"))
+            return read(data.decode(name))
         except UnicodeDecodeError as error:
-            raise BadLine("not UTF-8", data.count(b"\n", 0, error.start) + 1) from None
+            raise BadLine(f"not {name.upper().removesuffix('-SIG')}", data.count(b"\n", 0, error.start) + 1) from None
+        except LookupError:
+            raise BadLine(f"no encoding {name!r} is known") from None
     return from_bytes
 
 
 #: By the name of --format.
 FORMATS: Mapping[str, Callable[[bytes], Any]] = {
     "graphml": marked_up.graphml, "gexf": marked_up.gexf, "gml": _text(plain.gml), "pajek": _text(plain.pajek),
-    "dot": _text(dot.dot), "json": _text(plain.node_link), "csv": _text(lines.table),
+    "dot": _text(dot.dot, dot.encoding), "json": _text(plain.node_link), "csv": _text(lines.table),
     "edges": _text(lambda text: lines.edge_list(text.split("\n"))),
 }
 SUFFIXES = {".graphml": "graphml", ".gexf": "gexf", ".gml": "gml", ".net": "pajek", ".pajek": "pajek", ".paj": "pajek",
