@@ -6,7 +6,6 @@ usage: examples/edge_list.py FILE [--seconds N]
 """
 import argparse
 import collections
-import contextlib
 import time
 
 import tessarel
@@ -20,7 +19,7 @@ lines = [words for words in (line.partition("#")[0].split() for line in options.
 degree = collections.Counter(word for words in lines for word in set(words[:2]))
 most = max(degree.values(), default=1)
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     graph.clear()
     graph.default_vertex_style.shape = "sphere"
     graph.default_edge_style.set(color="#607080", arrow=True, fontcolor="#90A4C0")

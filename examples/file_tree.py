@@ -32,7 +32,7 @@ def read(root):
     return found
 
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     graph.clear()
     graph.default_edge_style.color = "#38485C"
     kinds = {"folder": graph.new_vertex_style(color="#E8ECF4", size=0.7)}

@@ -7,7 +7,6 @@ usage: examples/git_history.py [REPOSITORY] [--seconds N]
 import argparse
 import collections
 import colorsys
-import contextlib
 import os
 import subprocess
 import time
@@ -25,7 +24,7 @@ commits = [commit.strip().split("\n") for commit in log.stdout.split("\0")[1:]]
 if not commits:
     raise SystemExit(f"{options.repository}: no history of git to show")
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     graph.clear()
     graph.default_edge_style.color = "#38485C"
     folders = graph.new_vertex_style(size=0.6, color="#E8ECF4")

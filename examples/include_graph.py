@@ -6,7 +6,6 @@ usage: examples/include_graph.py [FOLDER]
 """
 import argparse
 import colorsys
-import contextlib
 import os
 import pathlib
 import re
@@ -31,7 +30,7 @@ for path in files:
 users = {path: {user for user in files if path in needs[user]} for path in files}
 folders = sorted({path.parent for path in files})
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     graph.clear()
     graph.default_edge_style.set(color="#405068", arrow=True, arrow_position=1)
     vertices = {}

@@ -4,7 +4,6 @@ done with, and the way found is drawn thick. The maze looks as the search sees i
 
 usage: examples/maze_search.py
 """
-import contextlib
 import heapq
 import random
 import time
@@ -53,7 +52,7 @@ def show(graph, maze):
     cells[goal].label = f"{cost[goal]} steps long, found after {steps}"
 
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     while True:
         show(graph, make_maze())
         time.sleep(8)

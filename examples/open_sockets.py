@@ -41,7 +41,7 @@ def read():
                 yield process, ("port", other, f"port {other}") if host in here else ("machine", host, host)
 
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     graph.clear()
     graph.default_edge_style.set(color="#7088B0", arrow=True, arrow_length=1.5, strength=0.4)
     styles = {"process": graph.new_vertex_style(color="#4890FF", shape="sphere", size=1.5),

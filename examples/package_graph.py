@@ -6,7 +6,6 @@ usage: examples/package_graph.py [STATUS_FILE] [--seconds N]
 """
 import argparse
 import collections
-import contextlib
 import re
 import time
 
@@ -32,7 +31,7 @@ for name, others in needs.items():
 names = sorted((name for name in needs if needs[name] or users[name]), key=lambda name: -len(users[name]))
 start = time.monotonic()
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     graph.clear()
     graph.default_vertex_style.shape = "sphere"
     graph.default_edge_style.color = "#384858"

@@ -25,7 +25,7 @@ def read():
     return processes
 
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     graph.clear()
     graph.default_vertex_style.set(shape="sphere", fontcolor="#98A8C0")
     graph.default_edge_style.set(color="#405878", width=2)

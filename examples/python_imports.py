@@ -5,7 +5,6 @@ others import it. A double click lights up all that a module needs to run.
 usage: examples/python_imports.py [PACKAGE]
 """
 import ast
-import contextlib
 import importlib.util
 import pathlib
 import signal
@@ -33,7 +32,7 @@ files = {".".join((PACKAGE, *path.relative_to(places[0]).with_suffix("").parts))
 needs = {module: set(imports(path, module if path.stem == "__init__" else module.rpartition(".")[0])) & files.keys() - {module}
          for module, path in files.items()}
 
-with tessarel.connect() as graph, contextlib.suppress(KeyboardInterrupt, tessarel.LostConnection):
+with tessarel.script() as graph:
     graph.clear()
     graph.default_edge_style.set(color="#506884", arrow=True, arrow_position=1, arrow_length=0.8)
     graph.default_vertex_style.set(shape="sphere", fontcolor="#C0D0E8")

@@ -194,6 +194,7 @@ BAD = [         # file, text, what is said behind the file's name
     ("hex.gexf", GEXF.format('<node id="a"/>\n<node id="b"><viz:color hex="#red"/></node>', ""),
      ":6: invalid literal for int() with base 16: 'red'"),
     ("empty.gexf", '<gexf xmlns="http://www.gexf.net/1.2draft" version="1.2">\n</gexf>', ":1: No <graph> element in GEXF file."),
+    ("two.gexf", GEXF.format('<node id="a"/>', "").replace("</gexf>", "<graph/></gexf>"), ":9: a second <graph>, where GEXF has one"),
     ("token.gml", 'graph [\n node [ id 1 ]\n node [ id 2 ?? ]\n]\n', ":3: cannot tokenize ?? ]"),
     ("stranger.gml", 'graph [\n node [ id 1 label "node [" ]\n edge [ source 1\n target 3 ]\n]\n',
      ":3: edge #0 has undefined target 3"),
@@ -484,3 +485,5 @@ def test_a_full_disk_or_a_closed_pipe_spoils_the_totals_alone(window, tmp_path):
     with os.fdopen(theirs, "wb") as closed:
         loader = start(tmp_path / "a.edges", stdout=closed, stderr=subprocess.PIPE)
         assert loader.communicate()[1] == "tessarel-load: standard output: Broken pipe\n" and loader.returncode == 0
+        with start("--help", stdout=closed, stderr=subprocess.PIPE) as loader:
+            assert loader.communicate()[1] == "" and loader.returncode == 0

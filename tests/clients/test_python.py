@@ -334,6 +334,8 @@ def test_where_no_server_is_the_error_says_what_to_do():
         start = time.monotonic()
         with pytest.raises(tessarel.NoServer, match=f"^no Tessarel server at 127.0.0.1:{port}; start one with "):
             tessarel.connect(port=port, timeout=0.5)
+        with pytest.raises(SystemExit, match=f"^no Tessarel server at 127.0.0.1:{port}; "), tessarel.script(port=port, timeout=0.5):
+            raise AssertionError("there is nothing to draw in")
         assert time.monotonic() - start < 5 * SLOWNESS
     for host in ["nowhere.invalid", "no..where", "x" * 64]:
         with pytest.raises(tessarel.NoServer, match=f"{host}:20738"):
@@ -363,6 +365,20 @@ def test_a_server_that_hangs_is_given_up_after_the_time_out_and_found_again(grap
         graph.new_vertex()
     finally:
         program.process.send_signal(signal.SIGCONT)
+
+
+def test_a_script_ends_by_ctrl_c_or_with_the_server_and_else_with_what_is_wrong(graph, program, wire):
+    for way, port in [(KeyboardInterrupt, PORT), (wire.stop, wire.port)]:
+        with tessarel.script(port=port, timeout=30 * SLOWNESS) as client:
+            vertex = client.new_vertex()
+            if way is KeyboardInterrupt:
+                raise way
+            way()
+            client.new_vertex()
+            raise AssertionError("it has gone on without the server")
+    assert exists(program, "vertex", [vertex.id])
+    with pytest.raises(tessarel.BadValue), tessarel.script() as client:
+        client.new_vertex(size=-1)
 
 
 # --- Threads

@@ -16,13 +16,13 @@ from typing import TYPE_CHECKING, Any
 
 from .attributes import Color, Shape, Stroke
 from .errors import BadValue, CallFailed, Error, LostConnection, NoServer, TimedOut
-from .graph import Edge, EdgeStyle, Graph, Vertex, VertexStyle, connect
+from .graph import Edge, EdgeStyle, Graph, Vertex, VertexStyle, connect, script
 
 if TYPE_CHECKING:
     from .networkx import Shown
 
 __all__ = ["BadValue", "CallFailed", "Color", "Edge", "EdgeStyle", "Error", "Graph", "LostConnection", "NoServer", "Shape",
-           "Stroke", "TimedOut", "Vertex", "VertexStyle", "connect", "show"]
+           "Stroke", "TimedOut", "Vertex", "VertexStyle", "connect", "script", "show"]
 
 
 def show(G: Any, **options: Any) -> Shown:

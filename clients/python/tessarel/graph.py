@@ -10,12 +10,12 @@ from typing import Any, Callable, ClassVar, Iterator, Mapping, Sequence, TypeVar
 
 from .attributes import Attribute, EdgeAttributes, EdgeKeywords, VertexAttributes, VertexKeywords, attributes_of, integer
 from .batch import Batch, carry_out, request_for
-from .errors import BadValue, CallFailed, Error, LostConnection
+from .errors import BadValue, CallFailed, Error, LostConnection, NoServer
 from .link import Link
 from .listener import Listener
 from .wire import Call
 
-__all__ = ["Edge", "EdgeStyle", "Graph", "Vertex", "VertexStyle", "connect"]
+__all__ = ["Edge", "EdgeStyle", "Graph", "Vertex", "VertexStyle", "connect", "script"]
 
 Handler = TypeVar("Handler", bound=Callable[["Vertex"], object])
 AnyItem = TypeVar("AnyItem", bound="Item")
@@ -606,3 +606,15 @@ def connect(host: str = "127.0.0.1", port: int = 20738, timeout: float | None = 
     timeout is in seconds and holds for every request; None waits for ever.
     """
     return Graph(host, port, timeout)
+
+
+@contextlib.contextmanager
+def script(host: str = "127.0.0.1", port: int = 20738, timeout: float | None = 10.0) -> Iterator[Graph]:
+    """connect() for a program that is one with statement and no more: without a server it ends with a line that says so and
+    status 1, and when Ctrl-C comes or the server goes, the statement is over."""
+    try:
+        graph = connect(host, port, timeout)
+    except NoServer as error:
+        raise SystemExit(str(error)) from None
+    with graph, contextlib.suppress(KeyboardInterrupt, LostConnection):
+        yield graph

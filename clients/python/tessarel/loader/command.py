@@ -167,9 +167,15 @@ def _bar(total: int, quiet: bool) -> Any:
     return tqdm(total=total, unit=" objects", disable=True if quiet else None, leave=False, dynamic_ncols=True)
 
 
+class _Parser(argparse.ArgumentParser):
+    def _print_message(self, message: str, file: Any = None) -> None:
+        """Of what nobody reads to its end nothing is said."""
+        _written(file or sys.stderr, message.rstrip("\n"))
+
+
 def _parser() -> argparse.ArgumentParser:
-    parser = argparse.ArgumentParser("tessarel-load", description=DESCRIPTION, epilog=EPILOG,
-                                     formatter_class=argparse.RawDescriptionHelpFormatter, allow_abbrev=False)
+    parser = _Parser("tessarel-load", description=DESCRIPTION, epilog=EPILOG,
+                     formatter_class=argparse.RawDescriptionHelpFormatter, allow_abbrev=False)
     parser.add_argument("file", metavar="FILE", help='a graph, or "-" for standard input')
     parser.add_argument("--format", choices=FORMATS,
                         help="what FILE is, if its name's ending does not say it (standard input: edges)")

@@ -94,19 +94,25 @@ def _read(data: bytes, read: Read) -> Any:
 def _examine(data: bytes) -> None:
     """BadLine for what must not come near a parser that builds things, and for vertices and edges that are incomplete."""
     parser = expat.ParserCreate(namespace_separator="}")
-    depth = 0
+    depth = graphs = 0
+    one_graph = False
     directed: str | None = None
     vertices: set[str] = set()
     edges: list[tuple[int, str, str]] = []
 
     def begin(name: str, attributes: dict[str, str]) -> None:
-        nonlocal depth, directed
+        nonlocal depth, directed, graphs, one_graph
         depth += 1
         line = parser.CurrentLineNumber
         if depth > DEEPEST:
             raise BadLine("nested too deeply", line)
         tag = name.rpartition("}")[2]
-        if tag == "graph":
+        if tag == "gexf":
+            one_graph = True
+        elif tag == "graph":
+            graphs += 1
+            if one_graph and graphs > 1:
+                raise BadLine("a second <graph>, where GEXF has one", line)
             kind = attributes.get("edgedefault")
             directed = directed or kind
             if kind != directed and kind is not None:
