@@ -35,10 +35,8 @@ with tessarel.connect(timeout=None) as graph:
 
 
 def run(*command, **options):
-    done = subprocess.run([*map(str, command)], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, check=False,
-                          **options)
+    done = subprocess.run([*map(str, command)], stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True, **options)
     assert done.returncode == 0, done.stdout
-    return done.stdout
 
 
 @pytest.fixture(scope="module")
@@ -57,11 +55,8 @@ def test_pip_installs_all_of_it_and_it_needs_nothing_but_the_standard_library(in
     here = {path.relative_to(PACKAGE / "tessarel") for path in (PACKAGE / "tessarel").rglob("*")
             if path.is_file() and path.suffix != ".pyc"}
     assert {path for path in there if path.suffix != ".pyc"} == here
-    told = run(sys.executable, "-I", "-S", "-c", "import sys; sys.path.append(sys.argv[1]); import tessarel, pydoc;"
-               "print(tessarel.__file__, pydoc.plain(pydoc.render_doc(tessarel.Vertex)))", installed, cwd="/")
-    assert str(installed) in told
-    for name in ("shapedetail", "on_double_click", "style", "remove"):
-        assert f"\n |  {name}" in told
+    run(sys.executable, "-I", "-S", "-c", "import sys; sys.path.append(sys.argv[1]); import tessarel;"
+        "assert tessarel.__file__.startswith(sys.argv[1])", installed, cwd="/")
 
 
 def test_the_hints_are_right_and_catch_mistakes(installed, tmp_path):
