@@ -100,7 +100,7 @@ TEST(ThreadPool, finishedJobsAreGoneBeforeTheWaitEnds) {
   }
 }
 
-TEST(ThreadPool, stopReachesEveryWorkerWhateverItIsDoing) {
+TEST(ThreadPool, stopReachesEveryWorkerFinishesTheJobAtHandAndLeavesTheQueueUnrun) {
   for (int round = 0; round < 500; ++round) {
     int threadCount = 1 + round % 4;
     auto* const pool = heapnew<ThreadPool<Job>, int>(threadCount);
@@ -111,9 +111,6 @@ TEST(ThreadPool, stopReachesEveryWorkerWhateverItIsDoing) {
     }
     delete pool;
   }
-}
-
-TEST(ThreadPool, stopFinishesTheJobAtHandAndLeavesTheQueueUnrun) {
   std::atomic<bool> started = false, finished = false, queuedRan = false;
   auto pool = std::make_unique<ThreadPool<Job>>(1);
   FunctionJob slow(pool.get(), [&] {

@@ -6,7 +6,6 @@
 #include <chrono>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 namespace quorel {
 namespace {
@@ -44,26 +43,6 @@ TEST(MultiLockable, isHeldFromTheFirstLockToTheLastUnlockAndThenMarked) {
     EXPECT_EQ(object.count, 0);
     EXPECT_EQ(object.owner, pthread_t{0xfefefefe});
   }
-}
-
-TEST(MultiLockable, keepsThreadsApartAtAnyDepth) {
-  OpenLockable object;
-  long sum = 0;  // guarded by object
-  constexpr int rounds = 4000;
-  std::vector<std::jthread> threads;
-  for (int t = 0; t < 8; ++t) {
-    threads.emplace_back([&, t] {
-      for (int i = 0; i < rounds; ++i) {
-        const int depth = 1 + (i + t) % 3;
-        for (int level = 0; level < depth; ++level) object.lock();
-        ++sum;
-        for (int level = 0; level < depth; ++level) object.unlock();
-      }
-    });
-  }
-  threads.clear();
-  EXPECT_EQ(sum, 8 * rounds);
-  EXPECT_EQ(object.count, 0);
 }
 
 }  // namespace

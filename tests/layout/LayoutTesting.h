@@ -115,7 +115,8 @@ inline AllPairs allPairsForce(const Layout& layout, const Layout::Vertex& v) {
   EXPECT_EQ(v.charge, static_cast<float>(v.style.get_charge()));
   for (const auto* other : layout.vertices) {
     const Exact d = exact(other->position) - exact(v.position);
-    const Exact push = -0.01 * v.charge * other->charge * std::pow(dot(d, d) + 0.05, -1.5) * d;
+    const double softened = dot(d, d) + 0.05;
+    const Exact push = -0.01 * v.charge * other->charge / (softened * std::sqrt(softened)) * d;
     result.force += push;
     result.repulsion += length(push);
   }

@@ -122,30 +122,5 @@ TEST(Spacetree, holdsEachParticleOnceWithTrueSummariesHoweverItIsFilled) {
   }
 }
 
-TEST(Spacetree, ofAGraphIsTheSameByBothWaysAndHasANewChargeOneBuildLater) {
-  std::mt19937 random = seeded(72);
-  TestLayout layout;
-  const auto vertices = fillRandomly(layout, 700, random);
-  const auto inBulk = [&] { return written(layout.buildTree().tree).words; };
-  const auto singly = [&] { return written(Calculator(layout.vertices.begin(), layout.vertices.end()).tree).words; };
-  const auto change = [&](double charge) {
-    for (std::size_t i = 0; i < vertices.size(); i += 3) vertices[i]->style.set_charge(charge);
-  };
-  const auto before = inBulk();
-  EXPECT_EQ(singly(), before);
-
-  change(2.5);
-  EXPECT_EQ(inBulk(), before);
-  EXPECT_EQ(vertices[3]->charge, 2.5F);
-  const auto after = inBulk();
-  EXPECT_NE(after, before);
-  EXPECT_EQ(singly(), after);
-
-  change(-1);
-  const Calculator between(layout.vertices.begin(), layout.vertices.end());
-  EXPECT_EQ(between.tree.root->charge, 700 + 1.5F * 234);
-  EXPECT_EQ(singly(), inBulk());
-}
-
 }  // namespace
 }  // namespace quorel

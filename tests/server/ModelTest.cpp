@@ -350,27 +350,20 @@ TEST_F(ModelTest, sixteenClientsHearWhatEachWouldHearAlone) {
   EXPECT_EQ(proxy.edges.size(), edgeCount);
 }
 
-TEST_F(ModelTest, clientsWhoTakeOneAnothersObjectsAwayLeaveTheMapsAndTheGraphInAgreement) {
-  verbose = false;
+TEST_F(ModelTest, clientsWhoTakeOneAnothersObjectsAwayLeaveTheMapsAndTheGraphInAgreementAndWholeLines) {
+  Captured log(std::clog);
   serve([&](int number) {
     Walk walk(proxy, static_cast<unsigned>(number), Others::onTheSameIds, 0);
     for (int i = 0; i < callsOfClient; ++i) walk.step();
   });
   EXPECT_TRUE(proxy.events.empty());
-}
-
-TEST_F(ModelTest, linesOfSeveralThreadsStayWhole) {
-  Captured log(std::clog);
-  serve([this](int number) {
-    for (int i = 0; i < 200; ++i) proxy.tessarel_remove_edge(number);
-  });
   std::istringstream lines(log.take());
   int count = 0;
   for (std::string line; std::getline(lines, line); ++count) {
-    EXPECT_TRUE(line.starts_with("tessarel_remove_edge(") && line.ends_with("): Invalid edge id")) << line;
-    EXPECT_LE(line.size(), 41U) << line;
+    const std::size_t start = line.starts_with("Warning: ") ? 9 : 0;
+    ASSERT_TRUE(line.find("tessarel") == start && line.rfind("tessarel") == start) << line;
   }
-  EXPECT_EQ(count, clientCount * 200);
+  EXPECT_GT(count, callsOfClient);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 #include <cstdlib>
 #include <set>
 #include <thread>
+#include <vector>
 
 #include "ProxyFixture.h"
-#include "server/GraphEvents.h"
+#include "concurrency/Platform.h"
+#include "server/Turnstile.h"
 #include "server/XMLRPC.h"
 #include "server/XMLRPC_VertexCallback.h"
 #include "versioning/GlobalStyleLock.h"
@@ -12,28 +14,6 @@ namespace quorel {
 namespace {
 
 using QueueTest = ProxyTest;
-
-TEST_F(QueueTest, anEventWhoseObjectHasGoneDoesNothing) {
-  Captured log(std::clog);
-  proxy.tessarel_new_vertex_w_id(1);
-  proxy.poll();
-  proxy.post(new SetVertexAttribute(7, "size", "2"));
-  proxy.post(new SetVertexStyleAttribute(7, "size", "2"));
-  proxy.post(new SetEdgeAttribute(7, "width", "2"));
-  proxy.post(new SetEdgeStyleAttribute(7, "width", "2"));
-  proxy.post(new ChangeVertexStyle(7, 0));
-  proxy.post(new ChangeVertexStyle(1, 7));
-  proxy.post(new ChangeEdgeStyle(7, 0));
-  proxy.edges.emplace(7, nullptr);
-  proxy.post(new NewEdge(7, 1, 2));
-  proxy.vertexStyles.emplace(7, nullptr);
-  proxy.post(new NewVertexStyle(7, 8));
-  proxy.poll();
-  EXPECT_EQ(proxy.validate(), "");
-  EXPECT_TRUE(proxy.edges.empty());
-  EXPECT_TRUE(proxy.vertexStyles.empty());
-  EXPECT_EQ(log.take(), "");
-}
 
 TEST_F(QueueTest, aCallBackAboutAVertexThatNoClientNamedIsNotMade) {
   XMLRPC_VertexCallback("http://127.0.0.1:1/m")(proxy.layout->newVertex());
@@ -68,6 +48,31 @@ TEST_F(QueueTest, idsAreTheSameInEveryRunAndNoTwoVerticesCoincideWhoeverSeedsThe
   }
   EXPECT_EQ(proxy.vertices.size(), 101U);
   EXPECT_EQ(places.size(), 100U);
+}
+
+TEST(TurnstileTest, letsInThoseWhoCameDuringAStepInTheirOrderBeforeTheNextFrame) {
+  constexpr std::size_t clientCount = 8;
+  MultiLockable lock(0);
+  Turnstile entrance(lock);
+  for (int frame = 0; frame < 10; ++frame) {
+    std::vector<std::size_t> order;
+    std::vector<std::thread> clients;
+    lock.lock();  // the step, past the turnstile
+    for (std::size_t i = 0; i < clientCount; ++i) {
+      clients.emplace_back([&, i] {
+        entrance.lock();
+        order.push_back(i);
+        entrance.unlock();
+      });
+      while (entrance.queueLength() != i + 1) sleepMilliseconds(1);
+    }
+    lock.unlock();
+    entrance.lock();  // the next frame's poll
+    const std::vector<std::size_t> served = order;
+    entrance.unlock();
+    for (std::thread& client : clients) client.join();
+    EXPECT_EQ(served, std::vector<std::size_t>({0, 1, 2, 3, 4, 5, 6, 7})) << "frame " << frame;
+  }
 }
 
 }  // namespace
