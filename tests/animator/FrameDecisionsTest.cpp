@@ -169,12 +169,13 @@ TEST(FrameStatistics, momentsAgreeWithTheTwoPassFormula) {
   }
 }
 
-TEST(FrameStatistics, withoutVerticesTheCentroidGoesHomeAndWithOneTheExtentsDecay) {
+TEST(FrameStatistics, centroidAndExtentsFollowNoneOneAndTwoVertices) {
   const Statistics none({}, 100);
   EXPECT_EQ(none.covariance[0][0], 0.0F);
   EXPECT_NEAR(none.centroid[0], std::pow(0.99, 100), 1e-4);
   EXPECT_NEAR(Statistics({Vector(5, 6, 7)}, 1).eigenvalues[2], 0.95, 1e-3);
   EXPECT_NEAR(Statistics({Vector(5, 6, 7)}, 300).eigenvalues[2], 0.0, 1e-3);
+  EXPECT_NEAR(Statistics({Vector(), Vector(1, 2, -2)}, 300).eigenvalues[2], 9.0 / 4.0, 1e-3);
 }
 
 TEST(FrameStatistics, aVertexWithoutAPositionLeavesTheCameraWhereItWas) {

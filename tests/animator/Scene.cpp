@@ -82,7 +82,11 @@ Scene& Scene::make() {
   char* arguments[] = {name, nullptr};
   // As in the program, neither is ever destroyed.
   auto* layout = new GraphLayout;
-  return *new Scene{*layout, *new GraphAnimator(1, arguments, *layout)};
+  auto* scene = new Scene{*layout, *new GraphAnimator(1, arguments, *layout)};
+  // What is beyond the edges of the picture is beyond those of the window.
+  glutReshapeWindow(width, height);
+  while (glutGet(GLUT_WINDOW_WIDTH) != width || glutGet(GLUT_WINDOW_HEIGHT) != height) glutMainLoopEvent();
+  return *scene;
 }
 
 Scene& Scene::empty() {

@@ -158,7 +158,7 @@ TEST_F(LogStream, whoNeverReadsAnyMoreDoesNotMakeTheStreamBad) {
 TEST_F(LogStream, ofManyThreadsWithASlowReaderEachPairOfLinesIsWholeAndInOrderOrCounted) {
   openPipe();
   constexpr int threads = 4;
-  constexpr int pairs = 60000;  // more than a pipe takes, of each thread
+  constexpr int pairs = 45000;  // more than a pipe takes, of each thread
   std::atomic<bool> full = false;
   std::string text;
   std::thread reader([this, &text, &full] {

@@ -100,7 +100,7 @@ TEST(Timer, runsUntilItIsStoppedAndAnewAfterARestart) {
 }
 
 TEST(RandomNumbers, areEachDrawnOnce) {
-  constexpr int share = 500000;
+  constexpr int share = 100000;
   RandomNumbers shared, expected;
   std::atomic<std::uint64_t> sum = 0;
   for (int i = 0; i < 4 * share; ++i) sum -= static_cast<std::uint64_t>(expected.next());

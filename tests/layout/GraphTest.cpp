@@ -193,24 +193,23 @@ TEST(Jostle, kicksAlongAPlaneWaveAndKeepsTheMomentum) {
   EXPECT_LT(length(sum), 1e-3);
   direction *= 1.0 / length(direction);
 
-  // Less the mean, which is not known, the kicks are a wave of amplitude 1/3: with w at the middle, those at a pair are
-  // together 2 w cos(angle), and tell the mean where the angle is large; what is between them tells the amplitude.
+  // Less their mean the kicks are a wave of amplitude 1/3, a cos(angle) + b sin(angle): the middle and two pairs tell a, b
+  // and the mean.
   const auto angle = [&](std::size_t i) { return 0.5 * dot(places[i], direction); };
   std::vector<double> wave;
   for (const Exact& kick : kicks) {
     wave.push_back(dot(kick, direction));
     EXPECT_LT(length(kick - wave.back() * direction), 1e-5) << "all along one line";
   }
-  std::size_t turned = 1;
-  for (std::size_t i = 1; i < n; i += 2) turned = std::cos(angle(i)) < std::cos(angle(turned)) ? i : turned;
-  const double c = std::cos(angle(turned));
-  ASSERT_LT(c, 0.0);
-  const double mean = (wave[turned] + wave[turned + 1] - 2 * c * wave[0]) / (2 * c - 2);
-  for (double& kick : wave) kick += mean;
-  for (std::size_t i = 1; i < n; i += 2) {
-    const double sine = std::sin(angle(i));
-    EXPECT_NEAR(wave[i] + wave[i + 1], 2 * wave[0] * std::cos(angle(i)), 1e-4);
-    EXPECT_NEAR(std::hypot((wave[i] - wave[i + 1]) / 2, wave[0] * sine), std::abs(sine) / 3, 1e-4);
+  std::size_t best = 1;
+  for (std::size_t i = 1; i < n; i += 2) best = std::cos(angle(i)) < std::cos(angle(best)) ? i : best;
+  std::size_t steep = 1;
+  for (std::size_t i = 1; i < n; i += 2) steep = std::sin(angle(i)) > std::sin(angle(steep)) ? i : steep;
+  const double a = ((wave[best] + wave[best + 1]) / 2 - wave[0]) / (std::cos(angle(best)) - 1);
+  const double b = (wave[steep] - wave[steep + 1]) / 2 / std::sin(angle(steep));
+  EXPECT_NEAR(std::hypot(a, b), 1.0 / 3, 1e-4);
+  for (std::size_t i = 0; i < n; ++i) {
+    EXPECT_NEAR(wave[i], wave[0] + a * (std::cos(angle(i)) - 1) + b * std::sin(angle(i)), 1e-4);
   }
 
   // One without a place is left alone, and leaves the others alone.

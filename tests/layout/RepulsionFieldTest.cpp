@@ -106,7 +106,7 @@ protected:
 constexpr Scene scenes[] = {{"one", ball, 1},
                             {"leaf", ball, 8},
                             {"groupAndOne", ball, 17},
-                            {"ball", ball, 2500},
+                            {"ball", ball, 1500},
                             {"clumps", clumps, 720},
                             {"charges", charges, 900},
                             {"coincidentAndOutside", coincidentAndOutside, 200}};

@@ -211,6 +211,20 @@ TEST(Split, putsEveryParticleIntoOneChunkOfAboutEqualSize) {
   }
 }
 
+TEST(BlockShare, givesAJobEveryBlockOnceAndThoseOfItsOwnChunkFirst) {
+  BlockShare share({{{0, 1}, {5, 500}}, {}, {{500, 20000}}, {{1, 5}, {20000, 20064}}});
+  std::vector<int> taken(20064);
+  std::uint32_t particles = 0;
+  BlockShare::Range block{};
+  while (share.take(3, block)) {
+    EXPECT_TRUE(particles >= 68 || block.begin < 5 || block.begin >= 20000);
+    EXPECT_LE(block.end - block.begin, BlockShare::blockSize);
+    particles += block.end - block.begin;
+    for (std::uint32_t i = block.begin; i < block.end; ++i) ++taken.at(i);
+  }
+  EXPECT_EQ(std::ranges::count(taken, 1), 20064);
+}
+
 /// Stands for the picture: runs beside the workers on the stepping thread.
 class Picture : public Layout::GraphLayoutTask {
 public:

@@ -309,7 +309,7 @@ TEST_F(ModelTest, anySequenceOfCallsLeavesWhatTheModelHas) {
   Walk walk(proxy, seed, Others::none, 0);
   for (long i = 0; i < steps; ++i) {
     walk.step();
-    if (i % 100 == 0 || i + 1 == steps) {
+    if (i % 250 == 0 || i + 1 == steps) {
       proxy.poll();
       proxy.layout->updateSplines();
       ASSERT_EQ(proxy.validate(), "");

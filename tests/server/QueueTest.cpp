@@ -5,6 +5,7 @@
 
 #include "ProxyFixture.h"
 #include "concurrency/Platform.h"
+#include "server/GraphEvents.h"
 #include "server/Turnstile.h"
 #include "server/XMLRPC.h"
 #include "server/XMLRPC_VertexCallback.h"
@@ -14,6 +15,28 @@ namespace quorel {
 namespace {
 
 using QueueTest = ProxyTest;
+
+TEST_F(QueueTest, anEventWhoseObjectHasGoneDoesNothing) {
+  Captured log(std::clog);
+  proxy.tessarel_new_vertex_w_id(1);
+  proxy.poll();
+  proxy.post(new SetVertexAttribute(7, "size", "2"));
+  proxy.post(new SetVertexStyleAttribute(7, "size", "2"));
+  proxy.post(new SetEdgeAttribute(7, "width", "2"));
+  proxy.post(new SetEdgeStyleAttribute(7, "width", "2"));
+  proxy.post(new ChangeVertexStyle(7, 0));
+  proxy.post(new ChangeVertexStyle(1, 7));
+  proxy.post(new ChangeEdgeStyle(7, 0));
+  proxy.edges.emplace(7, nullptr);
+  proxy.post(new NewEdge(7, 1, 2));
+  proxy.vertexStyles.emplace(7, nullptr);
+  proxy.post(new NewVertexStyle(7, 8));
+  proxy.poll();
+  EXPECT_EQ(proxy.validate(), "");
+  EXPECT_TRUE(proxy.edges.empty());
+  EXPECT_TRUE(proxy.vertexStyles.empty());
+  EXPECT_EQ(log.take(), "");
+}
 
 TEST_F(QueueTest, aCallBackAboutAVertexThatNoClientNamedIsNotMade) {
   XMLRPC_VertexCallback("http://127.0.0.1:1/m")(proxy.layout->newVertex());
