@@ -167,7 +167,7 @@ TEST_F(BatchPainterTest, giantLabelsInEveryFontUpToAndAcrossEveryEdgeOfASlidView
        {std::pair{"Helvetica", 10}, {"Helvetica", 12}, {"Helvetica", 18}, {"Times Roman", 10}, {"Times Roman", 24}}) {
     layout.clear();
     for (int i = 0; i < 60; ++i) {
-      Scene::Vertex* v = scene.vertex(uniform(-2.1F, 2.1F), uniform(-1.6F, 1.6F), uniform(-1, 1));
+      Scene::Vertex* v = scene.vertex(uniform(-4, 4), uniform(-3, 3), uniform(-1, 1));
       if (i % 4 == 0) {
         giveLooks(v);
         continue;
