@@ -5,6 +5,9 @@
 #include <cmath>
 #include <limits>
 #include <random>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "animator/Camera.h"
 #include "animator/FrameStatistics.h"

@@ -1,7 +1,3 @@
-#include <GL/freeglut.h>
-
-#include <cmath>
-
 #include "animator/Scene.h"
 
 namespace quorel {
@@ -80,6 +76,19 @@ TEST_F(FrameTest, aFramePollsStepsAndTakesTheChangesAndNeedNotBeSeen) {
   animator.DisplayFunc();
   EXPECT_EQ(distance(), before) << "paused";
   EXPECT_GT(scene.picture().count(), 0) << "seen again";
+}
+
+TEST_F(FrameTest, aGraphThatComesToRestCountsAsStillUntilAChange) {
+  animator.countGraphChanges();
+  animator.max_speed = 0.0;
+  for (int i = 0; i < 5; ++i) animator.updateIdleStatistics();
+  animator.countGraphChanges();
+  EXPECT_EQ(animator.changes, 0);
+  EXPECT_GT(animator.stillness, 0.1);
+  scene.vertex(0.0F, 0.0F, 0.0F);
+  animator.countGraphChanges();
+  EXPECT_EQ(animator.changes, 1);
+  EXPECT_EQ(animator.stillness, 0.0);
 }
 
 TEST_F(FrameTest, aFrameThatDoesNotStepTakesTwentyMillisecondsAtLeast) {
