@@ -50,7 +50,7 @@ TEST(Forces, areNearThoseOfAllPairs) {
     TestLayout layout;
     layout.parallel = processors > 0;
     layout.processorCount = processors;
-    const auto vertices = fillRandomly(layout, 2000, random);
+    const auto vertices = fillRandomly(layout, 1200, random);
     varyEdges(layout.joined, random);
     for (auto* vertex : vertices) vertex->style.set_charge(static_cast<double>(random() % 400) / 100);
     EXPECT_LT(compareForces(layout, 0.02), 0.005);
