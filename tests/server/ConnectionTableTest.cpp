@@ -86,9 +86,9 @@ TEST(ConnectionTableTest, theSlowAreEndedAndTheBusyAreNot) {
   const Client busy(listener), slow(listener), elsewhere(other);
   EXPECT_EQ(table.look(listener.port(), 1h), 2U);
   table.beginWork(busy.peer);
-  std::this_thread::sleep_for(30ms);
+  std::this_thread::sleep_for(300ms);
   const Client fresh(listener);
-  EXPECT_EQ(table.look(listener.port(), 20ms), 2U);
+  EXPECT_EQ(table.look(listener.port(), 200ms), 2U);
   EXPECT_TRUE(slow.isEnded());
   EXPECT_FALSE(busy.isEnded() || fresh.isEnded() || elsewhere.isEnded());
 }
