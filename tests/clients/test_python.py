@@ -158,39 +158,57 @@ def test_removals_take_along_what_the_server_takes_along(graph):
 def test_a_batch_keeps_the_order_of_its_calls_over_many_packs(graph, display):
     vertex = graph.new_vertex(size=3, shape="sphere")
     with graph.batch():
+        five = graph.new_vertex(5)
         for number in range(3000):
-            other = graph.new_vertex(5, label=f"{number}")
-            road = graph.new_edge(vertex, other, 6)
+            other = graph.new_vertex(label=f"{number}")
+            road = graph.new_edge(vertex, other)
             vertex.color = web(GREEN) if number == 2999 else (number % 255 / 255, 0, 0)
             if number == 1500:
                 graph.flush()
-                assert exists("edge", [6]) == {6}
+                assert exists("edge", [road.id]) == {road.id}
             if number % 300:
                 (other if number % 2 else road).remove()
             if number % 2 == 0 or not number % 300:
                 other.remove()
-        last = graph.new_vertex(5, visible=False)
-    assert exists("vertex", [5, vertex.id]) == {5, vertex.id} == set(graph.vertices) and not last.gone
+            if not number % 300:
+                five.remove()
+                five = graph.new_vertex(5, visible=False)
+    assert exists("vertex", [5, vertex.id]) == {5, vertex.id} == set(graph.vertices) and not five.gone
     seen(display, GREEN)
 
 
-def test_a_call_refused_in_a_batch_or_an_exception_hinders_no_other_call(graph, program):
+@pytest.mark.parametrize("batched", [False, True])
+def test_an_id_that_another_client_has_is_refused_and_the_other_s_stays_as_it_is(graph, program, display, batched):
     program.client.new_vertex_w_id(9)
-    road = graph.new_edge(graph.new_vertex(), graph.new_vertex())
-    program.client.remove_edge(road.id)
+    for key, value in [("color", web(BLUE)), ("size", "3")]:
+        program.client.set_vertex_attribute(9, key, value)
+    style = graph.new_vertex_style(color=web(RED))
+    with graph.batch() if batched else contextlib.nullcontext():
+        before = graph.new_vertex(visible=False)
+        for look in [{"color": web(RED)}, {"style": style}]:
+            with pytest.raises(tessarel.CallFailed, match="^new_vertex_w_id.9. failed: id 9 is taken"):
+                graph.new_vertex(9, **look)
+    seen(display, BLUE)
+    assert stays(lambda: display.picture().tinted(RED).count == 0, 0.5)
+    assert set(graph.vertices) == {before.id} == exists("vertex", [before.id])
+
+
+def test_a_call_refused_in_a_batch_or_an_exception_hinders_no_other_call(graph, program):
+    roads = [graph.new_edge(graph.new_vertex(), graph.new_vertex()) for _ in range(2)]
+    for road in roads:
+        program.client.remove_edge(road.id)
     with pytest.raises(tessarel.CallFailed) as caught, graph.batch():
         before = graph.new_vertex()
-        taken = graph.new_vertex(9)
-        road.width = 3
+        for road in roads:
+            road.width = 3
         after = graph.new_vertex()
         for _ in range(1000):
             after.size = 2
     first, (second,) = caught.value, caught.value.further
-    assert (first.call, first.arguments) == ("new_vertex_w_id", (9,)) and "id 9 is taken" in first.reason
-    assert (second.call, second.arguments) == ("set_edge_attribute", (road.id, "width", "3.0"))
-    assert f"edge {road.id} {GONE}" in second.reason and "1 more" in str(first)
-    assert exists("vertex", [before.id, after.id]) == {before.id, after.id} and taken.gone
-    assert 9 not in graph.vertices
+    assert [(each.call, each.arguments) for each in (first, second)] == \
+        [("set_edge_attribute", (road.id, "width", "3.0")) for road in roads]
+    assert f"edge {roads[1].id} {GONE}" in second.reason and "1 more" in str(first)
+    assert exists("vertex", [before.id, after.id]) == {before.id, after.id}
     with pytest.raises(KeyError), graph.batch():
         with graph.batch():
             vertices = [graph.new_vertex() for _ in range(20)]

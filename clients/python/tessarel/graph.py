@@ -335,13 +335,14 @@ class Graph:
     def new_vertex(self, id: int | None = None, style: VertexStyle | None = None,
                    **attributes: Unpack[VertexKeywords]) -> Vertex:
         """Makes a vertex, with an id of the caller's or of the client's choice, and gives it a style and attributes in the
-        same request."""
+        same request. What has an id of the caller's choice is made by a request of its own, in a batch too: another client
+        may have that id in use, and its vertex must not get the style and the attributes."""
         written = Vertex._written(attributes)
         style = self._default_vertex_style if style is None else self._check_style(style, VertexStyle)
         with self._lock:
             vertex = Vertex(self, self._choose("vertex", id), style)
             self._made["vertex"][vertex.id] = vertex
-        self._make(vertex, (vertex.id,), written, attributes)
+        self._make(vertex, (vertex.id,), written, attributes, id is not None)
         return vertex
 
     def new_edge(self, first: Vertex, second: Vertex, id: int | None = None, style: EdgeStyle | None = None,
@@ -361,7 +362,7 @@ class Graph:
                     raise CallFailed("new_edge", (first.id, second.id), _gone(end))
             edge = Edge(self, self._choose("edge", id), first, second, style)
             self._made["edge"][edge.id] = first._edges[edge.id] = second._edges[edge.id] = edge
-        self._make(edge, (edge.id, first.id, second.id), written, attributes)
+        self._make(edge, (edge.id, first.id, second.id), written, attributes, id is not None)
         return edge
 
     def new_vertex_style(self, parent: VertexStyle | None = None, *, id: int | None = None, name: str | None = None,
@@ -374,7 +375,7 @@ class Graph:
             self._check_name("vertex_style", name)
             style = VertexStyle(self, self._choose("vertex_style", id), parent, name)
             self._keep_style(style)
-        self._make(style, (style.id, parent.id), written, attributes)
+        self._make(style, (style.id, parent.id), written, attributes, id is not None)
         return style
 
     def new_edge_style(self, parent: EdgeStyle | None = None, *, id: int | None = None, name: str | None = None,
@@ -387,7 +388,7 @@ class Graph:
             self._check_name("edge_style", name)
             style = EdgeStyle(self, self._choose("edge_style", id), parent, name)
             self._keep_style(style)
-        self._make(style, (style.id, parent.id), written, attributes)
+        self._make(style, (style.id, parent.id), written, attributes, id is not None)
         return style
 
     def clear(self) -> None:
@@ -452,9 +453,11 @@ class Graph:
             batch.add(calls)
 
     def _make(self, item: Item, arguments: tuple[int, ...], written: Sequence[tuple[str, str]],
-              attributes: Mapping[str, Any]) -> None:
+              attributes: Mapping[str, Any], chosen: bool) -> None:
         """The calls that make an item which this client already knows, and what it has besides."""
         calls = [Call(f"new_{item.kind}_w_id", arguments, item)]
+        if chosen:
+            self._make_alone(calls.pop())
         if isinstance(item, (Vertex, Edge)) and item._style.id != 0:
             calls.append(Call(f"change_{item.kind}_style", (item.id, item._style.id), item))
         calls += item._settings(written)
@@ -464,6 +467,15 @@ class Graph:
         except LostConnection:
             if getattr(self._thread, "batch", None) is None:
                 self._forget(item, "the connection was lost while it was made")
+            raise
+
+    def _make_alone(self, creation: Call) -> None:
+        """Makes what has an id of the caller's choice; what else is meant for it may go only when the id is known to be its."""
+        try:
+            self.flush()
+            carry_out(self._link, [creation], self)
+        except BaseException:
+            self._forget(creation.item, "it is not known to have been made")
             raise
 
     def _remove(self, item: Vertex | Edge) -> None:
