@@ -320,6 +320,9 @@ def test_where_no_server_is_the_error_says_what_to_do():
 
 
 def test_a_server_that_hangs_is_given_up_after_the_time_out_and_found_again(graph, program):
+    script = contextlib.ExitStack()
+    drawn = script.enter_context(tessarel.script())
+    drawn.timeout = 0.5
     program.process.send_signal(signal.SIGSTOP)
     threads = pathlib.Path(f"/proc/{program.process.pid}/task")
     wait_until(lambda: all(re.search(r"\) T ", file.read_text()) for file in threads.glob("*/stat")), "all threads to stop")
@@ -328,6 +331,8 @@ def test_a_server_that_hangs_is_given_up_after_the_time_out_and_found_again(grap
         start = time.monotonic()
         with pytest.raises(tessarel.TimedOut, match="within 0.5 s"):
             graph.new_vertex()
+        with pytest.raises(SystemExit, match="has not answered within 0.5 s"), script:
+            drawn.new_vertex()
         with pytest.raises(tessarel.TimedOut), graph.batch():
             for _ in range(2000):
                 graph.new_vertex()

@@ -10,7 +10,7 @@ from typing import Any, Callable, ClassVar, Iterator, Mapping, Sequence, TypeVar
 
 from .attributes import Attribute, EdgeAttributes, EdgeKeywords, VertexAttributes, VertexKeywords, attributes_of, integer
 from .batch import Batch, carry_out, request_for
-from .errors import BadValue, CallFailed, Error, LostConnection, NoServer
+from .errors import BadValue, CallFailed, Error, LostConnection, NoServer, TimedOut
 from .link import Link
 from .listener import Listener
 from .wire import Call
@@ -623,10 +623,14 @@ def connect(host: str = "127.0.0.1", port: int = 20738, timeout: float | None = 
 @contextlib.contextmanager
 def script(host: str = "127.0.0.1", port: int = 20738, timeout: float | None = 10.0) -> Iterator[Graph]:
     """connect() for a program that is one with statement and no more: without a server it ends with a line that says so and
-    status 1, and when Ctrl-C comes or the server goes, the statement is over."""
+    status 1, and so it does when the server is there and does not answer in time; when Ctrl-C comes or the server goes, the
+    statement is over."""
     try:
         graph = connect(host, port, timeout)
     except NoServer as error:
         raise SystemExit(str(error)) from None
     with graph, contextlib.suppress(KeyboardInterrupt, LostConnection):
-        yield graph
+        try:
+            yield graph
+        except TimedOut as error:
+            raise SystemExit(str(error)) from None
