@@ -307,6 +307,7 @@ def test_where_no_server_is_the_error_says_what_to_do():
     ok, nobody = b"HTTP/1.1 200 OK\r\nContent-Length: %d\r\n\r\n%b", "no Tessarel server at 127.0.0.1:{}; start one with "
     for port in [unused, *map(answering, [None, b"", b"220 mail\r\n\r\n", b"HTTP/1.1 404 no\r\nContent-Length: 0\r\n\r\n",
                                           b"HTTP/1.1 200 OK\r\n\r\n", b"HTTP/1.1 200 OK\r\nContent-Length: 9999999999\r\n\r\n",
+                                          b"HTTP/1.1 200 OK\r\nContent-Length: " + b"9" * 5000 + b"\r\n\r\n",
                                           ok % (5, b"hello"), ok % (49, b"<methodResponse><fault></fault></methodResponse>\n")])]:
         start = time.monotonic()
         with pytest.raises(tessarel.NoServer, match=f"^{nobody.format(port)}"):

@@ -25,7 +25,7 @@ HEX_COLOR = re.compile(r"#[0-9A-Fa-f]{6}\Z")
 # XML has no way to write the first of these, and the server's XML-RPC none to read those that take four bytes.
 UNSPEAKABLE = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff\U00010000-\U0010ffff]")
 CALLBACK_URL = re.compile(r"http://[^/\s]+(/[^/\s]*)*/[^/\s]+/?\Z")
-LONGEST_TEXT = 4096
+LONGEST_TEXT = 4096             # bytes
 INT_MAX = 2**31 - 1
 
 

@@ -408,7 +408,7 @@ class Graph:
 
     @contextlib.contextmanager
     def batch(self) -> Iterator[None]:
-        """Within the with statement this thread's calls are packed, many a request: ten times as fast as singly.
+        """Within the with statement this thread's calls are packed, many a request: several times as fast as singly.
 
         They keep their order. A pack is sent when it is full, by flush, and at the end, after an exception too, so that the
         window has what the objects say. The answer to a pack is looked at when the next one is sent, and so a CallFailed
@@ -601,7 +601,6 @@ class Graph:
 
 
 NOT_MADE = "it was not made"
-UPON = {"edge": "vertex", "vertex_style": "style", "edge_style": "style"}
 
 
 def _words(kind: str) -> str:

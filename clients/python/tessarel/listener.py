@@ -9,6 +9,8 @@ import threading
 from typing import Any, Callable
 from xmlrpc.server import SimpleXMLRPCRequestHandler, SimpleXMLRPCServer
 
+from .wire import length_in
+
 __all__ = ["Listener"]
 
 log = logging.getLogger("tessarel")
@@ -19,7 +21,7 @@ class _RequestHandler(SimpleXMLRPCRequestHandler):
     LONGEST = 65536
 
     def do_POST(self) -> None:
-        if not self.headers.get("Content-Length", "").isdigit() or int(self.headers["Content-Length"]) > self.LONGEST:
+        if length_in(self.headers.get("Content-Length", ""), self.LONGEST) is None:
             self.send_error(413)
         else:
             super().do_POST()

@@ -2,10 +2,10 @@
 from __future__ import annotations
 
 import math
-import numbers
 import unicodedata
 from typing import Any, Callable, Hashable, Iterable, Mapping, Union
 
+from .attributes import LONGEST_TEXT, finite
 from .errors import BadValue
 from .graph import Edge, Vertex
 
@@ -16,7 +16,6 @@ Look = dict[str, Any]
 Source = Union[str, Mapping[Any, Any], Callable[[Any], Any]]
 Find = Callable[[Any, Mapping[Any, Any]], Any]      # a vertex or an edge's ends, and what it carries: the value
 
-LONGEST_LABEL = 4096
 SMALLEST, LARGEST = 0.5, 3.0            # sizes
 THINNEST, THICKEST = 1.0, 6.0           # widths, in pixels
 WEAKEST, STRONGEST = 0.2, 2.0           # strengths
@@ -69,7 +68,7 @@ def text_of(value: object) -> str:
     if not text.isascii():
         parts = unicodedata.normalize("NFKD", text).translate(NEAR)
         text = "".join(c if c.isascii() else "?" for c in parts if not unicodedata.combining(c))
-    return " ".join(text.split())[:LONGEST_LABEL]
+    return " ".join(text.split())[:LONGEST_TEXT]
 
 
 def _fits(kind: type[Vertex] | type[Edge], name: str, value: Any) -> bool:
@@ -82,13 +81,12 @@ def _fits(kind: type[Vertex] | type[Edge], name: str, value: Any) -> bool:
 
 def _number(value: object) -> float | None:
     """The number that it is or, as files have it, that it spells."""
-    if isinstance(value, bool) or not isinstance(value, (str, numbers.Real)):
-        return None
-    try:
-        number = float(value)
-    except (ValueError, OverflowError):
-        return None
-    return number if math.isfinite(number) else None
+    if isinstance(value, str):
+        try:
+            value = float(value)
+        except ValueError:
+            return None
+    return finite(value)
 
 
 def _truth(value: object) -> bool | None:

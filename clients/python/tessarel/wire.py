@@ -7,7 +7,7 @@ import xmlrpc.client
 from typing import Any, Callable, NamedTuple, Sequence
 from xml.sax.saxutils import escape
 
-__all__ = ["Call", "Connection", "Refusal", "answers_in", "one_call", "several_calls", "written"]
+__all__ = ["Call", "Connection", "Refusal", "answers_in", "length_in", "one_call", "several_calls", "written"]
 
 PATH = "/RPC2"
 LONGEST_ANSWER = 16 << 20
@@ -77,6 +77,12 @@ def answers_in(body: bytes, count: int, several: bool) -> list[int | str]:
     return answers
 
 
+def length_in(field: str, most: int) -> int | None:
+    """The number in a Content-Length; None if it is none, or more than that."""
+    fits = field.isascii() and field.isdigit() and len(field) < 20 and int(field) <= most
+    return int(field) if fits else None
+
+
 class Connection:
     """One connection to the server, for one request after the other. Used by one thread at a time."""
 
@@ -118,13 +124,14 @@ class Connection:
             raise Refusal("the answer is not HTTP")
         if words[1] != "200":
             raise Refusal(f"status {' '.join(words[1:])}")
-        length = fields.get("content-length", "")
-        if not length.isascii() or not length.isdigit() or int(length) > LONGEST_ANSWER:
+        found = length_in(fields.get("content-length", ""), LONGEST_ANSWER)
+        if found is None:
             raise Refusal("the answer has no length, or one without measure")
+        length = found
         self._rest = rest
-        body = self._read_until(lambda data: len(data) >= int(length))
-        self._rest = body[int(length):]
-        return body[:int(length)]
+        body = self._read_until(lambda data: len(data) >= length)
+        self._rest = body[length:]
+        return body[:length]
 
     def _read_until(self, enough: Callable[[bytearray], bool]) -> bytes:
         data = bytearray(self._rest)
