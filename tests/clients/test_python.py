@@ -366,7 +366,11 @@ def test_threads_share_a_client_and_each_keeps_its_order(graph):
             for vertex in mine[::2]:
                 vertex.remove()
     with multiprocessing.pool.ThreadPool(8) as threads:
-        threads.map_async(work, range(8)).get(60 * SLOWNESS)
+        done = threads.map_async(work, range(8))
+        while not done.ready():
+            for vertex in graph.vertices.values():
+                assert all(vertex in (edge.first, edge.second) for edge in vertex.edges)
+        done.get(60 * SLOWNESS)
     assert len(graph.vertices) == 8 * 60 / 2
     assert exists("vertex", graph.vertices) == set(graph.vertices) and exists("edge", graph.edges) == set(graph.edges)
 

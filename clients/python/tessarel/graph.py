@@ -6,7 +6,7 @@ import itertools
 import random
 import threading
 from types import MappingProxyType, TracebackType
-from typing import Any, Callable, ClassVar, Iterator, Mapping, Sequence, TypeVar, Unpack
+from typing import Any, Callable, ClassVar, ItemsView, Iterator, Mapping, Sequence, TypeVar, Unpack, ValuesView
 
 from .attributes import Attribute, EdgeAttributes, EdgeKeywords, VertexAttributes, VertexKeywords, attributes_of, integer
 from .batch import Batch, carry_out, request_for
@@ -19,6 +19,7 @@ __all__ = ["Edge", "EdgeStyle", "Graph", "Vertex", "VertexStyle", "connect", "sc
 
 Handler = TypeVar("Handler", bound=Callable[["Vertex"], object])
 AnyItem = TypeVar("AnyItem", bound="Item")
+Key = TypeVar("Key", int, str)
 
 # The server's own ids begin at 2^30, and those of people are small: what this package chooses lies between.
 FIRST_CHOSEN, FIRST_OF_SERVER = 1 << 20, 1 << 30
@@ -194,7 +195,8 @@ class Vertex(VertexItem):
     @property
     def edges(self) -> tuple[Edge, ...]:
         """The edges that this client has made at it."""
-        return tuple(self._edges.values())
+        with self._graph._lock:
+            return tuple(self._edges.values())
 
     @property
     def style(self) -> VertexStyle:
@@ -252,6 +254,39 @@ class Edge(EdgeItem):
         self._graph._remove(self)
 
 
+class Made(Mapping[Key, AnyItem]):
+    """What a client has made, by id or name, as it changes. Who walks through it walks through what was there at the beginning,
+    for another thread may make and remove things meanwhile."""
+
+    __slots__ = ("_items", "_lock")
+
+    def __init__(self, items: dict[Key, AnyItem], lock: threading.RLock) -> None:
+        self._items: dict[Key, AnyItem] = items
+        self._lock = lock
+
+    def __getitem__(self, key: Key) -> AnyItem:
+        return self._items[key]
+
+    def __len__(self) -> int:
+        return len(self._items)
+
+    def __iter__(self) -> Iterator[Key]:
+        return iter(self._now())
+
+    def values(self) -> ValuesView[AnyItem]:
+        return self._now().values()
+
+    def items(self) -> ItemsView[Key, AnyItem]:
+        return self._now().items()
+
+    def __repr__(self) -> str:
+        return repr(self._now())
+
+    def _now(self) -> dict[Key, AnyItem]:
+        with self._lock:
+            return dict(self._items)
+
+
 class Graph:
     """The graph in the window. Made by connect; to be used in a with statement, or closed by close.
 
@@ -305,22 +340,22 @@ class Graph:
     @property
     def vertices(self) -> Mapping[int, Vertex]:
         """By id, those that this client has made and not removed."""
-        return MappingProxyType(self._made["vertex"])
+        return Made(self._made["vertex"], self._lock)
 
     @property
     def edges(self) -> Mapping[int, Edge]:
         """By id, those that this client has made and not removed, itself or with a vertex."""
-        return MappingProxyType(self._made["edge"])
+        return Made(self._made["edge"], self._lock)
 
     @property
     def vertex_styles(self) -> Mapping[str, VertexStyle]:
         """By name, the styles that have one."""
-        return MappingProxyType(self._named["vertex_style"])
+        return Made(self._named["vertex_style"], self._lock)
 
     @property
     def edge_styles(self) -> Mapping[str, EdgeStyle]:
         """By name, the styles that have one."""
-        return MappingProxyType(self._named["edge_style"])
+        return Made(self._named["edge_style"], self._lock)
 
     @property
     def default_vertex_style(self) -> VertexStyle:
@@ -594,6 +629,11 @@ class Graph:
 
     def _url_for(self, item: Item) -> str | None:
         return self._listener.url_for(item) if self._listener is not None else None
+
+    def _all(self) -> tuple[list[Vertex], list[Edge]]:
+        """What there is at one moment: each edge with its ends."""
+        with self._lock:
+            return list(self._made["vertex"].values()), list(self._made["edge"].values())
 
     def _clicked(self, id: int) -> Vertex:
         """The vertex of a click; one that another client has made is known by its id alone."""

@@ -311,11 +311,12 @@ def to_networkx(graph: Graph, create_using: Any = None) -> Any:
     The result is a MultiDiGraph if create_using does not say otherwise.
     """
     G = nx.empty_graph(0, create_using, default=nx.MultiDiGraph)
-    for vertex in graph.vertices.values():
+    vertices, edges = graph._all()
+    for vertex in vertices:
         G.add_node(vertex.id)
         G.nodes[vertex.id].update(_in_force(vertex))
     keyed = G.is_multigraph()
-    for edge in graph.edges.values():
+    for edge in edges:
         ends = (edge.first.id, edge.second.id)
         G.add_edges_from([(*ends, edge.id, _in_force(edge)) if keyed else (*ends, _in_force(edge))])
     return G
