@@ -56,9 +56,15 @@ def _gml_fault(text: str, error: Exception) -> tuple[str, int | None]:
         twice = [index for index, start in enumerate(starts["node"])
                  if re.match(rf"node\s*\[[^\]]*?\bid\s+{re.escape(place[1])}\s", text[start:start + 10000])]
         number = twice[1] if len(twice) > 1 else None
+    if "more than one graph" in said:
+        graphs = [found.start() for found in GML_GRAPH.finditer(text) if found[0].startswith("graph")]
+        return said, text.count("\n", 0, graphs[1]) + 1
     if number is not None and number < len(starts[kind]):
         return said, text.count("\n", 0, starts[kind][number]) + 1
     return said, None
+
+
+MOST_UNNAMED = 1_000_000        # vertices of a Pajek file, which a few bytes of it can ask for
 
 
 class _Pajek:
@@ -69,7 +75,7 @@ class _Pajek:
         self.parts: dict[str, list[str]] = {}
         self.labels: dict[str, str] = {}
         names: set[str] = set()
-        section, left = "", 0
+        section, count, left = "", 0, 0
         for number, line in enumerate(text.splitlines(), 1):
             words = line.split()
             if not words or words[0].startswith("%"):
@@ -77,13 +83,14 @@ class _Pajek:
             if words[0].startswith("*"):
                 section = words[0].lower()
                 if left:
-                    raise BadLine(f"{left} vertices are missing before {words[0]}", number)
+                    self._without_names(count, left, names, number, f" before {words[0]}")
+                    left = 0
                 if section not in ("*network", "*vertices", "*edges", "*arcs", "*matrix"):
                     raise BadLine(f"{words[0]} is not read", number)
                 if section == "*vertices":
                     if len(words) < 2 or not words[1].isdecimal() or len(words[1]) > 9:
                         raise BadLine("*Vertices wants their number", number)
-                    left = int(words[1])
+                    count = left = int(words[1])
                     self.head.append(" ".join(words[:2]))
                 elif section == "*network":
                     self.head.append(line)
@@ -114,7 +121,17 @@ class _Pajek:
             else:
                 raise BadLine("stands before any part of the file", number)
         if left:
-            raise BadLine(f"{left} vertices are missing", text.count("\n") + 1)
+            self._without_names(count, left, names, text.count("\n") + 1)
+
+    def _without_names(self, count: int, left: int, names: set[str], number: int, where: str = "") -> None:
+        """What a part of vertices is that has ended early: one without any, in which their numbers are all there is."""
+        if left < count:
+            raise BadLine(f"has {count - left} of {count} vertices{where}", number)
+        if count > MOST_UNNAMED:
+            raise BadLine(f"more than {MOST_UNNAMED} vertices without a name", number)
+        for name in map(str, range(1, count + 1)):
+            names.add(name)
+            self.head.append(f"{name} {name}")
 
     @staticmethod
     def _words(number: int, line: str, wanted: str) -> list[str]:
