@@ -304,6 +304,7 @@ class Graph:
         self._listener: Listener | None = None
         # The system's own chance: programs that seed theirs would all choose the same ids.
         self._ids = itertools.count(random.SystemRandom().randrange(FIRST_CHOSEN, FIRST_OF_SERVER))
+        self._clears = 0                        # how often this client has cleared the window
         self._made: dict[str, dict[int, Any]] = {kind: {} for kind in ("vertex", "edge", "vertex_style", "edge_style")}
         self._named: dict[str, dict[str, Any]] = {"vertex_style": {}, "edge_style": {}}
         self._default_vertex_style = VertexStyle(self, 0, None, None)
@@ -430,6 +431,7 @@ class Graph:
         """Removes everything in the window: vertices, edges, styles, and what was set on the default styles; other clients'
         too."""
         with self._lock:
+            self._clears += 1
             for items in self._made.values():
                 for item in items.values():
                     item._gone = "this client has cleared the window"

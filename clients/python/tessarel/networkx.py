@@ -58,6 +58,7 @@ class Mirror:
         self._edges_touched: dict[Key, None] = {}
         self._arrows = source.is_directed() if arrows is None else arrows
         self._style: EdgeStyle | None = None
+        self._clears = window._clears
 
     def touch_vertex(self, node: Hashable) -> None:
         self._vertices_touched[node] = None
@@ -108,7 +109,12 @@ class Mirror:
     def settling(self, piece: int = MANY) -> Generator[int, None, None]:
         """The same, in pieces of so many vertices and edges; yields the size of each as soon as it is on its way. An edge comes
         right behind the later one of its ends, so that a graph can be watched as it grows. Closed early, it leaves nothing
-        half done."""
+        half done. If the window's client has cleared it since, all is shown anew."""
+        if self._clears != self.window._clears:
+            self._clears = self.window._clears
+            if self.vertices:
+                self.forget()
+                self.touch_all()
         vertices, self._vertices_touched = self._vertices_touched, {}
         edges, self._edges_touched = self._edges_touched, {}
         with self.window.batch():
