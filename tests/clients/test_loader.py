@@ -17,7 +17,7 @@ import tessarel
 from support.looking import BLUE, RED, seen
 from support.program import PORT, Client, Lines
 from support.waiting import SLOWNESS, wait_until
-from tessarel.loader import command, main, reading
+from tessarel.loader import command, main, options, reading
 from tessarel.loader.faults import BadInput, BadLine
 from tessarel.loader.following import Stream
 
@@ -116,7 +116,7 @@ SOUND = [       # file, text, {vertex: some of its attributes}, [(first, second,
 @pytest.mark.parametrize("name, text, vertices, edges, directed", SOUND, ids=[row[0] for row in SOUND])
 def test_each_format_gives_its_vertices_edges_and_attributes(tmp_path, name, text, vertices, edges, directed):
     (tmp_path / name).write_bytes(text if isinstance(text, bytes) else text.encode())
-    G = reading.read(str(tmp_path / name), reading.format_of(name))
+    G = reading.read(str(tmp_path / name), options.format_of(name))
     assert set(G) == set(vertices) and G.is_directed() is directed and G.number_of_edges() == len(edges)
     for node, wanted in vertices.items():
         assert {key: G.nodes[node].get(key) for key in wanted} == wanted
@@ -219,7 +219,7 @@ def test_what_is_loaded_is_in_the_window(display, window, load, tmp_path):
     assert len(window.there("vertex")) == 12 and len(window.there("edge")) == 17
     assert nx.is_isomorphic(nx.Graph(tessarel.networkx.to_networkx(window)), G)
     seen(display, RED), seen(display, BLUE)
-    assert load(file, "--color", "kind", "--size", "degree", "--label", "id", "--strength", "weight", "--edge-label", "weight",
+    assert load(file, "--colour", "kind", "--size", "degree", "--label", "id", "--strength", "weight", "--edge-label", "weight",
                 "--arrows", "--quiet", "--clear") == (0, "", "") and Client().remove_vertex(stranger) == -1
     vertices, edges = window.vertices.values(), window.edges.values()
     assert {vertex.label for vertex in vertices} == {str(n) for n in range(12)}
@@ -231,6 +231,7 @@ def test_what_is_loaded_is_in_the_window(display, window, load, tmp_path):
     ([], 2, "required: FILE"), (["graph.xyz"], 2, "cannot tell the format"), (["{}", "--format", "png"], 2, "invalid choice"),
     (["{}", "--col", "x"], 2, "unrecognized"), (["{}", "--port", "70000"], 2, "no such port"),
     (["{}", "--color", "nope"], 2, "a.edges: no vertex has an attribute 'nope'; there are kind"),
+    (["{}", "--timeout", "inf"], 2, "a number of seconds above 0"), (["{}", "--timeout", "0"], 2, "a number of seconds above 0"),
     (["{}", "--follow"], 2, "from standard input"), (["-", "--follow", "--size", "x"], 2, "do not go together"),
     (["{}", "--port", "1"], 3, "tessarel-load: no Tessarel server at 127.0.0.1:1; start one with"),
 ])
@@ -300,7 +301,7 @@ class Follower:
 
 def test_lines_show_as_they_come(display, window):
     follower = Follower("--no-labels")
-    follower.say("a b", "a color=red size=3")
+    follower.say("\ufeffa b", "a color=red size=3")
     seen(display, RED)
     follower.say("a c \"no end", "-x", "b color=blue size=3", "a color=nothing", "-a b c")
     seen(display, BLUE)
@@ -320,7 +321,7 @@ def test_ctrl_c_ends_following_and_tells_what_is_there(window):
     follower.say(*[f"{number} {number + 1}" for number in range(5000)], "x" * 300000)
     follower.errors.wait_for("^tessarel-load: standard input:5001: longer than 65536 characters$", seconds=30)
     follower.process.send_signal(signal.SIGINT)
-    assert follower.end() == (130, ["5,001 lines; 5,001 vertices and 5,000 edges are shown; 1 bad lines"])
+    assert follower.end() == (130, ["5,001 lines; 5,001 vertices and 5,000 edges are shown; 1 bad line"])
 
 
 @pytest.mark.parametrize("arrows", [True, False])
@@ -355,6 +356,23 @@ def test_a_window_that_is_cleared_meanwhile_ends_it(window, load, tmp_path, monk
     status, output, errors = load(file, "--no-arrows")
     assert (status, output) == (4, "") and re.match(r"tessarel-load: new_edge_w_id\(\d+, \d+, \d+\) failed: .*not there", errors)
     assert errors.endswith("; sent until then: 2 vertices and 0 edges of 3 and 2\n")
+
+
+ABSENT, INTERRUPTED = "raise ModuleNotFoundError(name='networkx')", "raise KeyboardInterrupt"
+
+
+@pytest.mark.parametrize("networkx, command, status, said", [
+    (ABSENT, "--help", 0, "usage: "), (ABSENT, "a.gml", 4, "tessarel-load: needs networkx"),
+    (INTERRUPTED, "a.gml", 130, "tessarel-load: interrupted\n"), (None, "- <&-", 1, "tessarel-load: standard input: closed\n"),
+    (None, "- --follow <&-", 1, "tessarel-load: standard input: closed\n"),
+    (None, "- --follow 0>/dev/null", 1, "tessarel-load: standard input: Bad file descriptor\n"),
+])
+def test_what_ends_it_early_is_told_in_a_line(program, tmp_path, networkx, command, status, said):
+    if networkx:
+        (tmp_path / "networkx.py").write_text(networkx, encoding="ascii")
+    done = subprocess.run(f"exec {sys.executable} -m tessarel.loader {command}", shell=True, text=True, capture_output=True,
+                          env={**os.environ, "PYTHONPATH": f"{tmp_path}:{PACKAGE}", "PYTHONDONTWRITEBYTECODE": "1"})
+    assert done.returncode == status and (done.stdout + done.stderr).startswith(said) and "Traceback" not in done.stderr
 
 
 def test_a_full_disk_or_a_closed_pipe_spoils_the_totals_alone(window, tmp_path):

@@ -24,6 +24,8 @@ if TYPE_CHECKING:
 __all__ = ["BadValue", "CallFailed", "Color", "Edge", "EdgeStyle", "Error", "Graph", "LostConnection", "NoServer", "Shape",
            "Stroke", "TimedOut", "Vertex", "VertexStyle", "connect", "script", "show"]
 
+__version__ = "1.0.0"
+
 
 def show(G: Any, **options: Any) -> Shown:
     """Shows a graph of networkx; help(tessarel.networkx.show) tells the options."""

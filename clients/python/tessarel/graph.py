@@ -320,7 +320,7 @@ class Graph:
         self.close()
 
     def __repr__(self) -> str:
-        return f"<Graph at {self._link.place}: {len(self.vertices)} vertices, {len(self.edges)} edges>"
+        return f"<Graph at {self._link.place}: {counted(len(self.vertices), 'vertex')}, {counted(len(self.edges), 'edge')}>"
 
     def close(self) -> None:
         """Ends the connections and the answering of double clicks. The picture stays."""
@@ -643,6 +643,10 @@ class Graph:
 
 
 NOT_MADE = "it was not made"
+
+
+def counted(number: int, what: str) -> str:
+    return f"{number:,} {what if number == 1 else 'vertices' if what == 'vertex' else what + 's'}"
 
 
 def _words(kind: str) -> str:

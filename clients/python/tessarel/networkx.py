@@ -24,7 +24,7 @@ from typing import Any, Callable, ClassVar, Generator, Hashable, Iterable, Itera
 import networkx as nx
 
 from .errors import BadValue, CallFailed, Error
-from .graph import Edge, EdgeStyle, Graph, Item, Vertex, connect
+from .graph import Edge, EdgeStyle, Graph, Item, Vertex, connect, counted
 from .looks import Looks, Source
 
 __all__ = ["LiveDiGraph", "LiveGraph", "LiveMultiDiGraph", "LiveMultiGraph", "Mirror", "Shown", "show", "to_networkx"]
@@ -265,7 +265,7 @@ class Shown:
             self.window.close()
 
     def __repr__(self) -> str:
-        return f"<Shown: {len(self.vertices)} vertices, {len(self.edges)} edges>"
+        return f"<Shown: {counted(len(self.vertices), 'vertex')}, {counted(len(self.edges), 'edge')}>"
 
     def __enter__(self) -> Shown:
         return self

@@ -10,10 +10,15 @@ __all__ = ["main"]
 def main(arguments: Sequence[str] | None = None) -> int:
     """The program; returns its exit status."""
     try:
+        from .options import options_in
+        options = options_in(arguments)
         from .command import run
+        return run(options)
     except ModuleNotFoundError as error:
         if error.name != "networkx":
             raise
         print("tessarel-load: needs networkx (Debian: python3-networkx; pip install networkx)", file=sys.stderr)
         return 4
-    return run(arguments)
+    except KeyboardInterrupt:       # while modules are loaded, or at the very end
+        print("tessarel-load: interrupted", file=sys.stderr)
+        return 130

@@ -1,34 +1,25 @@
 """The command line, what is told at the end, and the exit status."""
 from __future__ import annotations
 
-import argparse
 import contextlib
-import os
 import signal
 import sys
 import time
 from types import FrameType, TracebackType
-from typing import Any, Sequence, Sized, TextIO
+from typing import Any, Sized
 
 from ..errors import BadValue, Error, NoServer
-from ..graph import Graph, connect
+from ..graph import Graph, connect, counted
 from ..looks import Looks
 from ..networkx import Mirror
-from .faults import BadInput
+from .faults import BadInput, standard_input
 from .following import Stream, follow
-from .reading import FORMATS, format_of, read
+from .options import Options, written
+from .reading import read
 
 DONE, BAD_INPUT, USAGE, NO_SERVER, FAILED, INTERRUPTED = 0, 1, 2, 3, 4, 130
 
 PIECE = 200         # vertices and edges, between which Ctrl-C is looked for and the progress bar moves
-
-DESCRIPTION = """Shows the graph in FILE in the window of a running Tessarel server. FILE is read to its end first; if it cannot
-be, nothing is shown."""
-EPILOG = """Attributes whose names and values the server knows are shown without being asked for: color, shape, size, label,
-width ... "degree", the number of a vertex's edges, and "id", its name, can be given as ATTR, too. Numbers become
-places on a scale of colours or in a range, words a colour each.
-Exit status: 0 done, 1 input that cannot be read, 2 wrong usage, 3 no server, 4 the server went or refused,
-130 Ctrl-C."""
 
 
 class Interrupt:
@@ -54,16 +45,16 @@ class Interrupt:
 class Command:
     """One run of the program."""
 
-    def __init__(self, options: argparse.Namespace) -> None:
+    def __init__(self, options: Options) -> None:
         self.options = options
 
     def tell(self, text: str) -> None:
-        if not self.options.quiet and (fault := _written(sys.stdout, text)):
+        if not self.options.quiet and (fault := written(sys.stdout, text)):
             self.complain(f"standard output: {fault.strerror}")
 
     @staticmethod
     def complain(text: str) -> None:
-        _written(sys.stderr, f"tessarel-load: {text}")
+        written(sys.stderr, f"tessarel-load: {text}")
 
     def run(self) -> int:
         try:
@@ -118,33 +109,23 @@ class Command:
         return DONE
 
     def _follow(self, graph: Graph, interrupt: Interrupt) -> int:
+        descriptor = standard_input().fileno()
         if self.options.clear:
             graph.clear()
         arrows, labels = (value is None or value for value in (self.options.arrows, self.options.labels))
         stream = Stream(graph, arrows, labels)
         try:
-            follow(stream, interrupt, self.complain)
+            follow(stream, descriptor, interrupt, self.complain)
         except Error as error:
-            self.complain(f"{error}; sent until then: {stream.lines:,} lines, {_counts(stream.vertices, stream.edges)}")
+            self.complain(f"{error}; sent until then: {counted(stream.lines, 'line')}, {_counts(stream.vertices, stream.edges)}")
             return FAILED
-        bad = f"; {stream.bad:,} bad lines" if stream.bad else ""
-        self.tell(f"{stream.lines:,} lines; {_counts(stream.vertices, stream.edges)} are shown{bad}")
+        bad = f"; {counted(stream.bad, 'bad line')}" if stream.bad else ""
+        self.tell(f"{counted(stream.lines, 'line')}; {_counts(stream.vertices, stream.edges)} are shown{bad}")
         return INTERRUPTED if stream.interrupted else BAD_INPUT if stream.bad else DONE
 
 
 def _counts(vertices: Sized, edges: Sized) -> str:
-    return f"{len(vertices):,} vertices and {len(edges):,} edges"
-
-
-def _written(stream: TextIO, text: str) -> OSError | None:
-    """Writes a line, or gives the reason why not: a full disk, or nobody at the pipe's other end."""
-    try:
-        print(text, file=stream, flush=True)
-        return None
-    except OSError as error:
-        with contextlib.suppress(OSError), open(os.devnull, "wb") as nowhere:      # else Python tries again at its end
-            os.dup2(nowhere.fileno(), stream.fileno())
-        return error
+    return f"{counted(len(vertices), 'vertex')} and {counted(len(edges), 'edge')}"
 
 
 class _NoBar:
@@ -167,50 +148,5 @@ def _bar(total: int, quiet: bool) -> Any:
     return tqdm(total=total, unit=" objects", disable=True if quiet else None, leave=False, dynamic_ncols=True)
 
 
-class _Parser(argparse.ArgumentParser):
-    def _print_message(self, message: str, file: Any = None) -> None:
-        """Of what nobody reads to its end nothing is said."""
-        _written(file or sys.stderr, message.rstrip("\n"))
-
-
-def _parser() -> argparse.ArgumentParser:
-    parser = _Parser("tessarel-load", description=DESCRIPTION, epilog=EPILOG,
-                     formatter_class=argparse.RawDescriptionHelpFormatter, allow_abbrev=False)
-    parser.add_argument("file", metavar="FILE", help='a graph, or "-" for standard input')
-    parser.add_argument("--format", choices=FORMATS,
-                        help="what FILE is, if its name's ending does not say it (standard input: edges)")
-    for option, what in [("--color", "colour of the vertices by this attribute of theirs"), ("--size", "their size"),
-                         ("--label", "their label"), ("--edge-color", "colour of the edges by this attribute of theirs"),
-                         ("--edge-label", "their label"), ("--width", "their width"),
-                         ("--strength", "how strongly they pull their ends together")]:
-        parser.add_argument(option, metavar="ATTR", help=what)
-    parser.add_argument("--labels", action=argparse.BooleanOptionalAction,
-                        help="vertices without a label show their names (default: if there are not more than 300)")
-    parser.add_argument("--arrows", action=argparse.BooleanOptionalAction,
-                        help="edges have arrows (default: those of a directed graph)")
-    parser.add_argument("--clear", action="store_true", help="empty the window first")
-    parser.add_argument("--follow", action="store_true", help='with "-": show each line of standard input as it comes')
-    parser.add_argument("--host", default="127.0.0.1", help="where the server runs (default: this machine)")
-    parser.add_argument("--port", type=int, default=20738, help="default: 20738")
-    parser.add_argument("--timeout", type=float, default=30.0, metavar="SECONDS",
-                        help="how long the server may take for an answer (default: 30)")
-    parser.add_argument("--quiet", action="store_true", help="no progress bar and no totals")
-    return parser
-
-
-def run(arguments: Sequence[str] | None = None) -> int:
-    parser = _parser()
-    options = parser.parse_args(arguments)
-    if options.follow:
-        asked = [name for name in Looks.VERTEX_OPTIONS + Looks.EDGE_OPTIONS if getattr(options, name) is not None]
-        if options.file != "-" or options.format not in (None, "edges"):
-            parser.error('--follow reads an edge list from standard input: "-"')
-        for name in asked:
-            parser.error(f"--{name.replace('_', '-')} and --follow do not go together: a line says what is to be seen")
-    elif options.format is None:
-        options.format = format_of(options.file)
-        if options.format is None:
-            parser.error(f"{options.file}: cannot tell the format from the name; use --format, one of {', '.join(FORMATS)}")
-    if not 0 < options.port < 65536 or not options.timeout > 0:
-        parser.error("there is no such port" if options.timeout > 0 else "the time-out is to be more than 0")
+def run(options: Options) -> int:
     return Command(options).run()

@@ -1,6 +1,9 @@
 """What can be wrong with what was given to be loaded."""
 from __future__ import annotations
 
+import sys
+from typing import TextIO
+
 
 class BadInput(Exception):
     """The input cannot be loaded. Nothing of it has been."""
@@ -27,3 +30,10 @@ def told(error: BaseException) -> str:
     if text.startswith("No active exception"):
         text = ""
     return text or f"cannot be read ({type(error).__name__})"
+
+
+def standard_input() -> TextIO:
+    """BadInput if whoever has started the program has closed it."""
+    if sys.stdin is None:
+        raise BadInput("standard input", None, "closed")
+    return sys.stdin

@@ -1,13 +1,13 @@
 """A stream of lines, each shown as it comes."""
 from __future__ import annotations
 
+import codecs
 import os
-import sys
 from typing import Any, Callable, Iterator, Mapping, Protocol
 
 from ..graph import Edge, Graph, Vertex
 from ..looks import as_they_are, text_of
-from .faults import BadLine
+from .faults import BadInput, BadLine
 from .lines import LONGEST_LINE, Change, change_in
 
 CHUNK = 1 << 16
@@ -94,13 +94,15 @@ def _look(kind: type[Vertex] | type[Edge], attributes: Mapping[str, Any]) -> dic
     return look
 
 
-def follow(stream: Stream, interrupt: Interruptible, complain: Callable[[str], None]) -> None:
+def follow(stream: Stream, descriptor: int, interrupt: Interruptible, complain: Callable[[str], None]) -> None:
     """Shows standard input line by line, to its end or until Ctrl-C. What has come together is sent together."""
     try:
-        for lines in _chunks(sys.stdin.fileno(), interrupt):
+        for lines in _chunks(descriptor, interrupt):
             with stream.graph.batch():
                 for line in lines:
                     stream.lines += 1
+                    if stream.lines == 1:
+                        line = line.removeprefix(codecs.BOM_UTF8)
                     try:
                         stream.take(line.decode())
                     except (BadLine, UnicodeDecodeError) as error:
@@ -120,7 +122,10 @@ def _chunks(descriptor: int, interrupt: Interruptible) -> Iterator[list[bytes]]:
     too_long = False
     while True:
         interrupt.patient = False
-        data = os.read(descriptor, CHUNK)
+        try:
+            data = os.read(descriptor, CHUNK)
+        except OSError as error:
+            raise BadInput("standard input", None, error.strerror or str(error)) from None
         interrupt.patient = True
         *lines, rest = (rest + data).split(b"\n")
         if too_long and lines:          # its end

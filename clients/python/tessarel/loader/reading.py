@@ -1,15 +1,13 @@
 """A file, or standard input, as a graph of networkx. It is read to its end before anything is made of it."""
 from __future__ import annotations
 
-import os
-import sys
 import warnings
 from typing import Any, Callable, Mapping
 
 from . import dot, lines, marked_up, plain
-from .faults import BadInput, BadLine
+from .faults import BadInput, BadLine, standard_input
 
-__all__ = ["FORMATS", "format_of", "read"]
+__all__ = ["FORMATS", "read"]
 
 LARGEST = 256 << 20     # bytes; a graph that no window could show
 
@@ -34,14 +32,6 @@ FORMATS: Mapping[str, Callable[[bytes], Any]] = {
     "dot": _text(dot.dot, dot.encoding), "json": _text(plain.node_link), "csv": _text(lines.table),
     "edges": _text(lambda text: lines.edge_list(text.split("\n"))),
 }
-SUFFIXES = {".graphml": "graphml", ".gexf": "gexf", ".gml": "gml", ".net": "pajek", ".pajek": "pajek", ".paj": "pajek",
-            ".dot": "dot", ".gv": "dot", ".json": "json", ".csv": "csv", ".tsv": "csv", ".edges": "edges", ".edgelist": "edges",
-            ".txt": "edges"}
-
-
-def format_of(name: str) -> str | None:
-    """What the name's ending says; standard input is an edge list."""
-    return "edges" if name == "-" else SUFFIXES.get(os.path.splitext(name)[1].lower())
 
 
 def read(name: str, format: str) -> Any:
@@ -49,7 +39,7 @@ def read(name: str, format: str) -> Any:
     place = "standard input" if name == "-" else name
     try:
         if name == "-":
-            data = sys.stdin.buffer.read(LARGEST + 1)
+            data = standard_input().buffer.read(LARGEST + 1)
         else:
             with open(name, "rb") as file:
                 data = file.read(LARGEST + 1)
