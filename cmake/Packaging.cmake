@@ -19,6 +19,16 @@ function(compress SOURCE RESULT)
   set(packed_files ${packed_files} ${packed}/${RESULT} PARENT_SCOPE)
 endfunction()
 
+# The Python package's documents, whose links lead through the source tree.
+foreach(document clients/python/README.md docs/loader.md)
+  cmake_path(GET document FILENAME name)
+  add_custom_command(OUTPUT ${packed}/${name}
+    COMMAND ${CMAKE_COMMAND} -DSOURCE=${PROJECT_SOURCE_DIR}/${document} -DRESULT=${packed}/${name}
+            -P ${CMAKE_CURRENT_LIST_DIR}/Document.cmake
+    DEPENDS ${document} ${CMAKE_CURRENT_LIST_DIR}/Document.cmake VERBATIM)
+  list(APPEND packed_files ${packed}/${name})
+endforeach()
+
 if(GZIP)
   compress(${packaging}/tessarel.1 tessarel.1.gz)
   compress(${packaging}/tessarel-load.1 tessarel-load.1.gz)
@@ -51,8 +61,8 @@ foreach(component server python)
     COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
 install(FILES ${packed}/tessarel-load.1.gz DESTINATION share/man/man1 COMPONENT python EXCLUDE_FROM_ALL)
-install(FILES clients/python/README.md docs/loader.md DESTINATION share/doc/python3-tessarel COMPONENT python
-  EXCLUDE_FROM_ALL)
+install(FILES ${packed}/README.md ${packed}/loader.md docs/client-interface.md DESTINATION share/doc/python3-tessarel
+  COMPONENT python EXCLUDE_FROM_ALL)
 install(DIRECTORY examples/ DESTINATION share/doc/python3-tessarel/examples FILE_PERMISSIONS ${executable} COMPONENT python
   EXCLUDE_FROM_ALL FILES_MATCHING PATTERN *.py PATTERN tessarel EXCLUDE PATTERN clients EXCLUDE PATTERN __pycache__ EXCLUDE)
 install(CODE "set(source \"${PROJECT_SOURCE_DIR}/clients/python\")\nset(scratch \"${packed}/python\")"

@@ -86,8 +86,15 @@ def the_manual_tells_each_option():
     assert known and told == known, f"only in the manual: {told - known}; only in the program: {known - told}"
 
 
+def links_lead_to_what_is_installed():
+    documents = pathlib.Path("/usr/share/doc").glob("*tessarel/*.md")
+    links = [(file, link) for file in documents for link in re.findall(r"\]\(([^):#]+)", file.read_text(encoding="utf-8"))]
+    assert links and all((file.parent / link).exists() for file, link in links), links
+
+
 def whole():
     the_manual_tells_each_option()
+    links_lead_to_what_is_installed()
     screen = Screen(pathlib.Path("/tmp"))
     with open("/usr/share/applications/tessarel.desktop", encoding="utf-8") as file:
         entry = dict(line.strip().split("=", 1) for line in file if "=" in line)
