@@ -92,6 +92,8 @@ SOUND = [       # file, text, {vertex: some of its attributes}, [(first, second,
       ("g h", "f", {"stroke": "dashed", "arrow": "false", "width": "3"})], True),
     ("labels.gv", 'graph { a [label=""]; b [label="<int>"]; c [label="\\N!"]; a -- b [label="one" +\n "two"] }\n/* } */ // }\n',
      {"a": {"label": ""}, "b": {"label": "<int>"}, "c": {"label": "c!"}}, [("a", "b", {"label": "onetwo"})], False),
+    ("not_latin.gv", f'/* {"x" * 40000} charset=latin1 */ graph {{ "Zürich" [label="charset=utf8mb4"] }}',
+     {"Zürich": {"label": "charset=utf8mb4"}}, [], False),
     ("defaults.gv", 'digraph { a; a -> b; node [color=red]; edge [style=dotted]; c; { node [color=lime]; d; a } a -> c }',
      {"a": {"color": None}, "b": {"color": None}, "c": {"color": "red"}, "d": {"color": "lime"}},
      [("a", "b", {"stroke": None}), ("a", "c", {"stroke": "dotted"})], True),
@@ -157,6 +159,8 @@ BAD = [         # file, text, what is said behind the file's name
     ("lists.net", "*Vertices 1\n1 a\n*Arcslist\n1 1\n", ":3: *Arcslist is not read"),
     ("matrix.net", "*Vertices 2\n1 a\n2 b\n*Matrix\n0 1\n1 x\n", ":6: a row of the matrix wants a whole number a vertex"),
     ("end.dot", "# 12 edges\ndigraph {\n a -> b;\n b -> ;\n}\n", ":4: syntax error near ';'"),
+    ("lines.dot", 'graph {\n"a\nb\nb" -- c /*\n*/\n x -- ;\n y }', ":6: syntax error near ';'"),
+    ("quote.dot", 'graph {\n a -- "b\n }', ":2: a quote is not closed"),
     ("two.dot", "graph { a -- b }\nstrict graph { c -- d }\n", ":2: holds more than one graph"),
     ("arrow.dot", "graph {\n a -> b }",
      ":2: syntax error near '->'; edges of a graph are written \"--\", those of a digraph \"->\""),
@@ -167,6 +171,7 @@ BAD = [         # file, text, what is said behind the file's name
     ("nul.dot", "graph {\n a -- b\0 -- c\n}", ":2: holds a NUL"),
     ("latin.dot", b"graph {\n charset=ascii\n\xe9 }", ":3: not ASCII"),
     ("charset.dot", "graph { charset=hex }", ": no encoding 'hex' is known"),
+    ("no_charset.dot", 'graph { graph [charset="undefined"] }', ": no encoding 'undefined' is known"),
     ("comma.json", '{"nodes": [\n{"id": 1},\n{"id": 2,}],\n"links": []}',
      ":3: Expecting property name enclosed in double quotes"),
     ("stranger.json", '{"links": [\n{"source": 1, "target": 2},\n{"source": 1, "target": 3}], "nodes": [{"id": 1}, {"id": 2}]}',
@@ -197,12 +202,16 @@ def test_a_bad_file_is_told_with_its_line_and_nothing_of_it_is_shown(tmp_path, w
     assert not window.ever["vertex"]
 
 
-def test_a_missing_library_is_named_and_a_file_without_end_not_swallowed(tmp_path, monkeypatch):
+def test_a_missing_or_broken_library_is_named_and_a_file_without_end_not_swallowed(tmp_path, monkeypatch):
     monkeypatch.setattr(reading, "LARGEST", 1 << 20)
     with pytest.raises(BadInput, match="/dev/zero: larger than 1 MiB"):
         reading.read("/dev/zero", "edges")
-    monkeypatch.setitem(sys.modules, "pygraphviz", None)
     (tmp_path / "a.dot").write_text("graph { a }", encoding="ascii")
+    (tmp_path / "pygraphviz.py").write_text("raise ImportError('libcgraph.so.6: is not there')", encoding="ascii")
+    monkeypatch.setenv("PYTHONPATH", str(tmp_path))
+    with pytest.raises(BadInput, match=r"a.dot: ImportError: libcgraph.so.6: is not there"):
+        reading.read(str(tmp_path / "a.dot"), "dot")
+    monkeypatch.setitem(sys.modules, "pygraphviz", None)
     with pytest.raises(BadInput, match=r"a.dot: DOT files need pygraphviz \(Debian: python3-pygraphviz"):
         reading.read(str(tmp_path / "a.dot"), "dot")
 

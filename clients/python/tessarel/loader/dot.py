@@ -2,93 +2,115 @@
 too, but leaves out what a vertex has from "node [...]" if that is the last such line."""
 from __future__ import annotations
 
-import bisect
 import codecs
-import contextlib
-import os
+import importlib.util
+import json
 import re
+import subprocess
 import sys
-import tempfile
-from typing import Any, Iterator, Mapping
+from typing import Any, Mapping
 
 import networkx as nx
 
+from . import dot_library
 from .faults import BadLine
 
 SHAPES = {"box": "cube", "rect": "cube", "rectangle": "cube", "square": "cube", "box3d": "cube", "ellipse": "sphere",
           "oval": "sphere", "circle": "sphere", "doublecircle": "torus", "diamond": "octahedron", "triangle": "tetrahedron",
           "hexagon": "dodecahedron", "octagon": "icosahedron", "plaintext": "none", "plain": "none", "point": "sphere"}
 
-NO_LABEL = "\1"         # what a vertex has as its label for the library if the file gives none: an empty one is something else
 MARKUP = re.compile(r"</?(?:b|i|u|o|s|su[bp]|font|br|table|t[rd]|[hv]r|img)\b[^<>]*>", re.I)
 
-CHARSET = re.compile(rb'\bcharset\s*=\s*"?([\w.:-]+)')
+#: All that is more than it seems: comments, quoted texts, HTML, braces; and what begins one that does not end.
+TOKEN = re.compile(r'"[^"\\]*(?:\\.[^"\\]*)*"|//[^\n]*|#[^\n]*|/\*.*?\*/|[{}<"]|/\*', re.S)
+ANGLE = re.compile("[<>]")
+ANOTHER = re.compile(r"(?:strict\s+)?(?:di)?graph\b", re.I)
+NOTHING = re.compile(r"(?:\s|//[^\n]*|#[^\n]*|/\*.*?\*/)*", re.S)
 SAID = re.compile(r"(syntax error|memory exhausted) in line (\d+)(.*)")
-LINE_MARK = re.compile(rb"^#(?=(?:line)?[ \t]*[+-]?\d)", re.M)
-NOTHING = re.compile(rb"(?:\s|//[^\n]*|/\*.*?\*/|^#[^\n]*)*", re.S | re.M)
-ANOTHER = re.compile(rb"(?:strict\s+)?(?:di)?graph\b", re.I)
 
 
 def encoding(data: bytes) -> str:
-    """What the file says of itself, without which it is UTF-8."""
-    said = None if data.startswith(codecs.BOM_UTF8) else CHARSET.search(data)
-    return said[1].decode() if said else "utf-8-sig"
+    """What the graph says of itself, without which it is UTF-8."""
+    if b"charset" in data and not data.startswith(codecs.BOM_UTF8):
+        return _parsed(data.decode("latin-1"))["charset"] or "utf-8-sig"
+    return "utf-8-sig"
 
 
 def dot(text: str) -> Any:
-    if "\0" in text:        # where the library would leave out the rest of the line
-        raise BadLine("holds a NUL", text.count("\n", 0, text.index("\0")) + 1)
-    data = text.encode()
-    graph, said = _parsed(data)
-    if said:
-        # A comment like "# 12 vertices" sets the number of its line, as compilers have it.
-        raise _fault(_parsed(LINE_MARK.sub(b"##", data))[1])
-    if graph is None:
+    found = _parsed(text)
+    directed, strict = found["directed"], found["strict"]
+    G = ((nx.DiGraph if directed else nx.Graph) if strict else (nx.MultiDiGraph if directed else nx.MultiGraph))()
+    G.add_nodes_from((name, _vertex_look(attributes, name)) for name, attributes in found["vertices"])
+    G.add_edges_from((tail, head, _edge_look(attributes)) for tail, head, attributes in found["edges"])
+    return G
+
+
+def _parsed(text: str) -> Any:
+    """What the library makes of the one graph in the text."""
+    if importlib.util.find_spec("pygraphviz") is None:
+        raise BadLine("DOT files need pygraphviz (Debian: python3-pygraphviz; pip install pygraphviz)")
+    graph, end = _for_library(text)
+    done = subprocess.run([sys.executable, "-P", "-W", "ignore", dot_library.__file__], input=graph.encode(errors="replace"),
+                          capture_output=True)
+    said = done.stderr.decode(errors="replace")
+    if done.returncode:         # such as a traceback, by its last line
+        raise BadLine((said.splitlines() or [f"the reader of DOT ended with status {done.returncode}"])[-1])
+    if "Error:" in said:        # what there is of a graph then is half
+        raise _fault(said[said.index("Error:"):])
+    found = json.loads(done.stdout)
+    if found is None:
         raise BadLine("there is no graph")
-    _look_behind(data)
-    return _built(graph)
+    _look_behind(text, end)
+    return found
 
 
-def _parsed(data: bytes) -> tuple[Any, str]:
-    """The first graph in the text, None without one, and what the library says is wrong; if there is a graph then, it is half."""
-    try:
-        import pygraphviz
-    except ImportError:
-        raise BadLine("DOT files need pygraphviz (Debian: python3-pygraphviz; pip install pygraphviz)") from None
-    pygraphviz.graphviz.agattr(None, 1, b"label", NO_LABEL.encode())        # of each vertex of each graph from now on
+def _for_library(text: str) -> tuple[str, int]:
+    """The text as the library is to read it, and where the graph ends. Comments are blank: one like "# 12 vertices" would set
+    the number of its line, as compilers have it, and a long one is more than it can read. Such a line stands behind each
+    quoted text that has ends of lines, since it does not count them there."""
+    pieces: list[str] = []
+    at = depth = counted = 0
+    line = 1
 
-    def next_graph() -> Any:
-        graph = pygraphviz.AGraph()
-        try:
-            graph.read(file)
-        except pygraphviz.DotError:
-            return None
-        return graph
+    def line_of(place: int) -> int:
+        nonlocal counted, line
+        line += text.count("\n", counted, place)
+        counted = place
+        return line
 
-    with tempfile.TemporaryFile() as file, _messages() as messages:
-        file.write(b"# 1\n" + data)         # else lines would be counted on from the text before
-        file.seek(0)
-        graph = next_graph()
-        said = os.pread(messages, 1 << 16, 0).decode(errors="replace")
-        file.seek(0, os.SEEK_END)
-        while next_graph() is not None:     # else what it has not read of the last line would come before the next text
-            pass
-    return graph, said[said.find("Error:"):] if "Error:" in said else ""
+    if "\0" in text:        # where the library would leave out the rest of the line
+        raise BadLine("holds a NUL", line_of(text.index("\0")))
+    while found := TOKEN.search(text, at):
+        start, end, token = found.start(), found.end(), found[0]
+        pieces.append(text[at:start])
+        if token in ('"', "/*"):
+            raise BadLine("a quote is not closed" if token == '"' else "a comment is not closed", line_of(start))
+        if token == "<":
+            end = _html_end(text, end)
+            if not end:
+                raise BadLine("an HTML text is not closed", line_of(start))
+            token = text[start:end]
+        elif token[0] == '"':
+            if "\n" in token:
+                token += f"\n# {line_of(end)}\n"
+        elif token[0] in "#/":
+            token = " " + "\n" * token.count("\n")
+        else:
+            depth += 1 if token == "{" else -1
+        pieces.append(token)
+        at = end
+        if token == "}" and depth <= 0:
+            return "".join(pieces), at
+    return "".join(pieces) + text[at:], len(text)
 
 
-@contextlib.contextmanager
-def _messages() -> Iterator[int]:
-    """A file descriptor for what comes to standard error, by any library, meanwhile."""
-    with tempfile.TemporaryFile() as file:
-        if sys.stderr:
-            sys.stderr.flush()
-        before = os.dup(2)
-        os.dup2(file.fileno(), 2)
-        try:
-            yield file.fileno()
-        finally:
-            os.dup2(before, 2)
-            os.close(before)
+def _html_end(text: str, at: int) -> int:
+    """The place behind what began with "<" before that place, 0 if it does not end."""
+    depth = 1
+    while depth and (found := ANGLE.search(text, at)):
+        depth += 1 if found[0] == "<" else -1
+        at = found.end()
+    return 0 if depth else at
 
 
 def _fault(said: str) -> BadLine:
@@ -102,30 +124,13 @@ def _fault(said: str) -> BadLine:
     return BadLine(what + where + hint, int(line))
 
 
-def _look_behind(data: bytes) -> None:
-    """BadLine for what stands behind the graph, where the library does not look. It ends with the first brace with which it
-    is whole."""
-    ends = [found.end() for found in re.finditer(b"}", data)]
-
-    def whole(end: int) -> bool:
-        return _parsed(data[:end])[0] is not None
-    if whole(ends[-1] - 1):
-        ends = ends[:bisect.bisect_left(ends, True, key=whole) + 1]
-    rest = NOTHING.match(data, ends[-1]).end()                              # type: ignore[union-attr]
-    if rest < len(data):
-        another = ANOTHER.match(data, rest)
+def _look_behind(text: str, end: int) -> None:
+    """BadLine for what stands behind the graph."""
+    rest = NOTHING.match(text, end).end()                                   # type: ignore[union-attr]
+    if rest < len(text):
+        another = ANOTHER.match(text, rest)
         raise BadLine("holds more than one graph" if another else "something stands behind the end of the graph",
-                      data.count(b"\n", 0, rest) + 1)
-
-
-def _built(graph: Any) -> Any:
-    import pygraphviz
-    pygraphviz.graphviz.agattr(graph.handle, 0, b"charset", b"UTF-8")       # whatever the text was in before
-    directed, strict = graph.is_directed(), graph.is_strict()
-    G = ((nx.DiGraph if directed else nx.Graph) if strict else (nx.MultiDiGraph if directed else nx.MultiGraph))()
-    G.add_nodes_from((str(vertex), _vertex_look(vertex.attr.to_dict(), vertex)) for vertex in graph.nodes_iter())
-    G.add_edges_from((str(edge[0]), str(edge[1]), _edge_look(edge.attr.to_dict())) for edge in graph.edges_iter())
-    return G
+                      text.count("\n", 0, rest) + 1)
 
 
 def _vertex_look(attributes: Mapping[str, str], name: str) -> dict[str, str]:
@@ -134,7 +139,7 @@ def _vertex_look(attributes: Mapping[str, str], name: str) -> dict[str, str]:
         look["color"] = look["fillcolor"]
     if "shape" in look:
         look["shape"] = SHAPES.get(look["shape"].lower(), look["shape"])
-    if attributes["label"] != NO_LABEL:
+    if attributes["label"] != dot_library.NO_LABEL:
         look["label"] = _label(attributes["label"].replace("\\N", name))
     if "invis" in look.get("style", "").split(","):
         look["visible"] = "false"

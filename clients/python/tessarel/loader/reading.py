@@ -18,11 +18,12 @@ def _text(read: FromText, encoding: Callable[[bytes], str] = lambda _: "utf-8-si
     def from_bytes(data: bytes) -> Any:
         name = encoding(data)
         try:
-            return read(data.decode(name))
+            text = data.decode(name)
         except UnicodeDecodeError as error:
             raise BadLine(f"not {name.upper().removesuffix('-SIG')}", data.count(b"\n", 0, error.start) + 1) from None
-        except LookupError:
+        except (LookupError, UnicodeError):
             raise BadLine(f"no encoding {name!r} is known") from None
+        return read(text)
     return from_bytes
 
 
