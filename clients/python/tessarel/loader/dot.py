@@ -3,6 +3,7 @@ too, but leaves out what a vertex has from "node [...]" if that is the last such
 from __future__ import annotations
 
 import codecs
+import html
 import importlib.util
 import json
 import re
@@ -19,11 +20,14 @@ SHAPES = {"box": "cube", "rect": "cube", "rectangle": "cube", "square": "cube", 
           "oval": "sphere", "circle": "sphere", "doublecircle": "torus", "diamond": "octahedron", "triangle": "tetrahedron",
           "hexagon": "dodecahedron", "octagon": "icosahedron", "plaintext": "none", "plain": "none", "point": "sphere"}
 
-MARKUP = re.compile(r"</?(?:b|i|u|o|s|su[bp]|font|br|table|t[rd]|[hv]r|img)\b[^<>]*>", re.I)
+HTML = "\2"             # begins a label that is HTML, which the library gives out as it does any other
+MARKUP = re.compile(r"<[^<>]*>")
+ENTITY = re.compile(r"&#?\w+;")
 
 #: All that is more than it seems: comments, quoted texts, HTML, braces; and what begins one that does not end.
 TOKEN = re.compile(r'"[^"\\]*(?:\\.[^"\\]*)*"|//[^\n]*|#[^\n]*|/\*.*?\*/|[{}<"]|/\*', re.S)
 ANGLE = re.compile("[<>]")
+BEFORE_LABEL = re.compile(r'\blabel"?\s*=\s*\Z')
 ANOTHER = re.compile(r"(?:strict\s+)?(?:di)?graph\b", re.I)
 NOTHING = re.compile(r"(?:\s|//[^\n]*|#[^\n]*|/\*.*?\*/)*", re.S)
 SAID = re.compile(r"(syntax error|memory exhausted) in line (\d+)(.*)")
@@ -40,8 +44,11 @@ def dot(text: str) -> Any:
     found = _parsed(text)
     directed, strict = found["directed"], found["strict"]
     G = ((nx.DiGraph if directed else nx.Graph) if strict else (nx.MultiDiGraph if directed else nx.MultiGraph))()
-    G.add_nodes_from((name, _vertex_look(attributes, name)) for name, attributes in found["vertices"])
-    G.add_edges_from((tail, head, _edge_look(attributes)) for tail, head, attributes in found["edges"])
+    names = {"G": found["name"] or ""}
+    G.add_nodes_from((name, _vertex_look(attributes, {**names, "N": name})) for name, attributes in found["vertices"])
+    line = "->" if directed else "--"
+    G.add_edges_from((tail, head, _edge_look(attributes, {**names, "T": tail, "H": head, "E": tail + line + head}))
+                     for tail, head, attributes in found["edges"])
     return G
 
 
@@ -89,7 +96,8 @@ def _for_library(text: str) -> tuple[str, int]:
             end = _html_end(text, end)
             if not end:
                 raise BadLine("an HTML text is not closed", line_of(start))
-            token = text[start:end]
+            mark = HTML if BEFORE_LABEL.search(text, max(0, start - 40), start) else ""
+            token = "<" + mark + text[start + 1:end]
         elif token[0] == '"':
             if "\n" in token:
                 token += f"\n# {line_of(end)}\n"
@@ -133,29 +141,31 @@ def _look_behind(text: str, end: int) -> None:
                       text.count("\n", 0, rest) + 1)
 
 
-def _vertex_look(attributes: Mapping[str, str], name: str) -> dict[str, str]:
+def _vertex_look(attributes: Mapping[str, str], names: Mapping[str, str]) -> dict[str, str]:
     look = {key: value for key, value in attributes.items() if value and key != "label"}
     if "fillcolor" in look:
         look["color"] = look["fillcolor"]
     if "shape" in look:
         look["shape"] = SHAPES.get(look["shape"].lower(), look["shape"])
     if attributes["label"] != dot_library.NO_LABEL:
-        look["label"] = _label(attributes["label"].replace("\\N", name))
-    if "invis" in look.get("style", "").split(","):
+        look["label"] = _label(attributes["label"], names)
+    elif (shown := _label("\\N", names)) != names["N"]:
+        look.setdefault("name", shown)          # shown like a vertex's own name, thus not if there are many
+    if "invis" in _styles(look):
         look["visible"] = "false"
     return look
 
 
-def _edge_look(attributes: Mapping[str, str]) -> dict[str, str]:
+def _edge_look(attributes: Mapping[str, str], names: Mapping[str, str]) -> dict[str, str]:
     look = {key: value for key, value in attributes.items() if value}
-    styles = look.get("style", "").split(",")
+    styles = _styles(look)
     look.update({"stroke": style for style in styles if style in ("solid", "dashed", "dotted")})
     if "invis" in styles:
         look["visible"] = "false"
     if "penwidth" in look:
         look["width"] = look["penwidth"]
     if "label" in look:
-        look["label"] = _label(look["label"])
+        look["label"] = _label(look["label"], names)
     direction = look.get("dir")
     if direction in ("none", "back", "forward", "both"):
         look["arrow"] = "false" if direction == "none" else "true"
@@ -163,6 +173,14 @@ def _edge_look(attributes: Mapping[str, str]) -> dict[str, str]:
     return look
 
 
-def _label(text: str) -> str:
-    """Without markup and the ends of lines."""
-    return re.sub(r"\\[nlr]", " ", MARKUP.sub(" ", text)).strip()
+def _styles(look: Mapping[str, str]) -> list[str]:
+    return [style.strip() for style in look.get("style", "").split(",")]
+
+
+def _label(text: str, names: Mapping[str, str]) -> str:
+    """On one line: without markup and the ends of lines, and with what escapes and entities stand for."""
+    if text.startswith(HTML):
+        text = MARKUP.sub(" ", text[len(HTML):])
+    text = re.sub(r"\\(.)", lambda found: names.get(found[1], found[0]), text, flags=re.S)
+    text = re.sub(r"\\(.)", lambda found: " " if found[1] in "nlr" else found[1], text, flags=re.S)
+    return ENTITY.sub(lambda found: html.unescape(found[0]), text).strip()
