@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -92,12 +91,13 @@ void ConnectionTable::findAll(std::uint16_t port) {
     sockaddr_in address;
     if (!askFor(address, fd, getsockname) || ntohs(address.sin_port) != port) continue;
     if (!askFor(address, fd, getpeername)) continue;
-    struct stat socket;
-    if (fstat(fd, &socket) != 0) continue;
+    std::uint64_t cookie = 0;
+    socklen_t size = sizeof cookie;
+    if (getsockopt(fd, SOL_SOCKET, SO_COOKIE, &cookie, &size) != 0) continue;
     Connection& connection = connections[peerOf(address)];
     // A client may come again from the same port.
-    if (connection.fd >= 0 && connection.socket != socket.st_ino) connection = Connection{};
-    connection.socket = socket.st_ino;
+    if (connection.fd >= 0 && connection.cookie != cookie) connection = Connection{};
+    connection.cookie = cookie;
     connection.fd = fd;
     connection.seen = true;
   }

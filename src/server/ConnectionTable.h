@@ -1,7 +1,6 @@
 #pragma once
 
 #include <netinet/in.h>
-#include <sys/types.h>
 
 #include <chrono>
 #include <compare>
@@ -56,8 +55,8 @@ public:
 private:
   struct Connection {
     Clock::time_point waitingSince = Clock::now();
-    int fd = -1;       // as last seen
-    ino_t socket = 0;  // and whose that was
+    int fd = -1;               // as last seen
+    std::uint64_t cookie = 0;  // the system's own number of that socket
     bool atWork = false;
     bool isLong = false;
     bool ended = false;  // shut down; whoever reads it is about to notice
