@@ -142,8 +142,9 @@ class Program:
             raise AssertionError(f"the program has not ended within {seconds * SLOWNESS:g} s") from None
         self.output.thread.join()
         self.errors.thread.join()
-        complaints = [line for line in self.output.lines + self.errors.lines if COMPLAINTS.search(line)]
-        assert not complaints, "\n".join(self.errors.lines[-80:])
+        lines = self.output.lines + self.errors.lines
+        complaint = next((number for number, line in enumerate(lines) if COMPLAINTS.search(line)), None)
+        assert complaint is None, "\n".join(lines[complaint:complaint + 60])
         return status
 
     def terminate(self):
