@@ -34,24 +34,6 @@ TEST(Platform, countsTheProcessorsThatTheProcessMayUse) {
   sched_setaffinity(0, sizeof all, &all);
 }
 
-TEST(Platform, systemValuesThatCannotBeHadLeaveEverythingAsItWas) {
-  const int newValue = 3;
-  const struct {
-    const char* name;
-    std::size_t size;
-    const int* written;
-    int error;
-  } cases[] = {{"hw.nosuch", 4, nullptr, ENOENT}, {"hw.ncpu", 2, nullptr, ENOMEM}, {"hw.ncpu", 4, &newValue, EPERM}};
-  for (const auto& [name, size, written, error] : cases) {
-    int value = -7;
-    std::size_t room = size;
-    EXPECT_EQ(sysctlbyname(name, &value, &room, written, written == nullptr ? 0 : sizeof *written), -1);
-    EXPECT_EQ(errno, error) << name;
-    EXPECT_EQ(value, -7);
-    EXPECT_EQ(room, size);
-  }
-}
-
 TEST(Platform, prioritiesAreSetUnderTheThreadsOwnPolicy) {
   // The default policy has one priority only; the others are refused and change nothing.
   int policy;
