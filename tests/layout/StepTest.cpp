@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -165,7 +166,8 @@ TEST_P(EveryStep, isNeverStoppedByBadNumbers) {
       {"**** WARNING: totalVertices != numVertices\n", parallel ? 1 : 0},
   };
   for (const auto& [line, times] : expected) EXPECT_EQ(count(line), times) << line;
-  EXPECT_EQ(lines, parallel ? "totalVertices=100, numVertices()=111\n" : "") << "the nine that coincide were dropped";
+  // The depth limit may leave one of the nine that coincide: by how deep the tree was when the last of them came.
+  EXPECT_THAT(lines, testing::MatchesRegex(parallel ? "totalVertices=10[01], numVertices\\(\\)=111\n" : ""));
   EXPECT_EQ(outside->position == Vector(3000, 0, 0), parallel) << "what is not in the tree stays";
   EXPECT_EQ(outside->velocity[0] > 0.0F, !parallel) << "a vertex out of the box is still repelled";
   for (auto* vertex : layout.vertices) {
