@@ -13,6 +13,8 @@ __all__ = ["Batch", "Witness", "carry_out", "request_for"]
 PACK_CHARACTERS = 50_000
 # These wait for a frame each, a long one with a large graph; a pack with many would keep the next one waiting.
 PACK_WAITS = 100
+# Of so many refused calls of a request the server is asked for more than its -1: a question may take a frame.
+ASKED_FOR = 5
 WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 
 
@@ -20,7 +22,7 @@ class Witness(Protocol):
     """Who can say more of a failure than -1, and is told of calls that may never have been made."""
 
     def _window_was_cleared(self) -> bool: ...
-    def _why(self, call: Call, cleared: bool) -> str: ...
+    def _why(self, call: Call, cleared: bool, may_ask: bool) -> str: ...
     def _broken_off(self, calls: Sequence[Call]) -> None: ...
 
 
@@ -107,11 +109,11 @@ def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeat
     if not refused:
         return
     cleared = witness._window_was_cleared()
-    failures = []
+    failures: list[CallFailed] = []
     for number, call, answer in refused:
         if repeated and answer == -1 and not cleared and _may_be_done(calls, number):
             continue
-        reason = witness._why(call, cleared) if answer == -1 else f"the server answers: {answer}"
+        reason = witness._why(call, cleared, len(failures) < ASKED_FOR) if answer == -1 else f"the server answers: {answer}"
         failures.append(CallFailed(call.method, call.arguments, reason))
     if failures:
         failures[0].further = tuple(failures[1:])

@@ -549,7 +549,7 @@ class Graph:
         mark = [Call("set_vertex_style_attribute", (self._mark, "visible", "true"), None)]
         return self._link.exchange(request_for(mark))[0].find(b"<i4>-1</i4>") >= 0
 
-    def _why(self, call: Call, cleared: bool) -> str:
+    def _why(self, call: Call, cleared: bool, may_ask: bool) -> str:
         """Why a call about an item was answered with -1, as far as can be told from here."""
         item, (first, *rest) = call.item, call.arguments
         this = f"{_words(item.kind)} {first}"
@@ -567,13 +567,39 @@ class Graph:
             for each in needed:
                 if each.gone:
                     return _gone(each)
-            missing = " or ".join(f"{_words(each.kind)} {each.id}" for each in needed)
-            return f"{missing} is not there any more ({elsewhere}), or {taken}" if missing else taken
+            missing = self._missing(needed, elsewhere) if may_ask else None
+            if missing is None:
+                missing = " or ".join(f"{_words(each.kind)} {each.id}" for each in needed)
+                return f"{missing} is not there any more ({elsewhere}), or {taken}" if missing else taken
+            return f"{missing} is not there any more: {elsewhere}" if missing else taken
         if call.method.startswith("set_") and item.kind.endswith("style") and not (cleared and first):
             return f"the server does not take {rest[1]!r} as {rest[0]}"     # styles go only with all the rest
         if call.method.startswith("change_") and cleared and rest[0] != 0:
-            this += f" or style {rest[0]}"
+            style = self._made[f"{item.kind}_style"].get(int(rest[0]))
+            missing = self._missing([style], elsewhere) if may_ask and style is not None else None
+            this = f"{this} or {_words(item.kind)} style {rest[0]}" if missing is None else missing or this
         return f"{this} is not there any more: {elsewhere}"
+
+    def _missing(self, needed: Sequence[Item], reason: str) -> str | None:
+        """Which of the vertices or styles the server does not have, in words, or "" if it has them all; None where it does not
+        become known.
+
+        It is asked to make something that it refuses if the vertex is there, or if the style is not. A vertex made so is removed
+        at once; a style stays, for styles cannot be removed, and nothing has it.
+        """
+        for each in needed:
+            is_vertex = isinstance(each, Vertex)
+            arguments = (each.id,) if is_vertex else (self._choose(each.kind, None), each.id)
+            answer, repeated = self._link.exchange(request_for([Call(f"new_{each.kind}_w_id", arguments, None)]))
+            made = b"<i4>0</i4>" in answer
+            if repeated and not made:       # the first time may have made it
+                return None
+            if made == is_vertex:
+                if is_vertex:
+                    self._link.exchange(request_for([Call("remove_vertex", (each.id,), None)]))
+                    self._forget(each, reason)
+                return f"{_words(each.kind)} {each.id}"
+        return ""
 
     def _choose(self, kind: str, id: int | None) -> int:
         """An id that this client has not used for the kind yet."""
