@@ -99,7 +99,7 @@ def test_what_the_server_would_misread_is_refused_before_it_is_sent(graph):
     edge = graph.new_edge(vertex, graph.new_vertex())
     nan, inf = float("nan"), float("inf")
     for item, name, values in [
-            (vertex, "size", [0, -1, nan, inf, 10**400, True, "2", None]), (style, "charge", [0, nan]),
+            (vertex, "size", [0, -1, nan, inf, 10**400, True, "2", None]), (style, "charge", [0, nan, 1e30]),
             (vertex, "visible", [1, "true"]), (vertex, "shapedetail", [0, 2.0, 2**31]),
             (vertex, "label", [7, None, "\0", "\ud800", "\U0001F600", "é" * 2049]),
             (vertex, "color", ["red", "#12345", "#12345G", "3", 2.5, True, (0, 0), (0, 0, 1.1), 2**31]),
@@ -218,25 +218,34 @@ def test_a_call_refused_in_a_batch_or_an_exception_hinders_no_other_call(graph, 
 
 def test_a_failure_tells_what_can_be_known(graph, program):
     style, track = graph.new_vertex_style(), graph.new_edge_style()
-    one, two, three = (graph.new_vertex(number) for number in range(3))
+    one, two, *lost = (graph.new_vertex(number) for number in range(6))
     road = graph.new_edge(one, two, 3)
     program.client.new_edge_w_id(4, 0, 1)
     program.client.new_vertex_style_w_id(5, 0)
-    program.client.remove_vertex(2)
-    removed = [(lambda: setattr(three, "style", style), "vertex 2 is not .* another client has removed it$"),
-               (lambda: three.set(size=2), "^set_vertex_attribute.*vertex 2 is not .* another client has removed it$"),
-               (lambda: graph.new_edge(one, three), "failed: vertex 2 is not .* another client has removed it$"),
-               (lambda: graph.new_edge(one, two, 4), "failed: id 4 is taken"), (three.remove, "^remove_vertex.2. failed: vertex 2"),
+    for vertex in lost:
+        program.client.remove_vertex(vertex.id)
+
+    def newer():
+        """A vertex of the time after the clear."""
+        vertex = graph.new_vertex(9)
+        program.client.remove_vertex(9)
+        vertex.color = 3
+    removed = [(lambda: setattr(lost[0], "style", style), "vertex 2 is not .* another client has removed it$"),
+               (lambda: lost[1].set(size=2), "^set_vertex_attribute.*vertex 3 is not .* another client has removed it$"),
+               (lambda: graph.new_edge(one, lost[2]), "failed: vertex 4 is not .* another client has removed it$"),
+               (lambda: graph.new_edge(one, two, 4), "failed: id 4 is taken"), (lost[3].remove, "^remove_vertex.5. failed: vertex 5"),
                (lambda: style.new_style(id=5), f"^new_vertex_style_w_id.5, {style.id}. failed: id 5 is taken, by another client")]
     cleared = [(lambda: setattr(one, "style", style), f"failed: vertex style {style.id} is not .* was cleared"),
                (lambda: setattr(road, "style", graph.default_edge_style), "edge 3 is not .* was cleared"),
                (lambda: track.set(width=1), f"edge style {track.id} is not .* was cleared"),
-               (lambda: style.new_style(id=6), f"failed: vertex style {style.id} is not .* was cleared.*anew$")]
+               (lambda: style.new_style(id=6), f"failed: vertex style {style.id} is not .* was cleared.*anew$"),
+               (newer, "vertex 9 is not .* another client has removed it$")]
     for calls in (removed, cleared):
         for call, told in calls:
             with pytest.raises(tessarel.CallFailed, match=told):
                 call()
         program.client.clear()
+    assert all(vertex.gone for vertex in lost)
     graph.clear()
     assert graph.new_vertex(0) and not graph.vertex_styles
 
@@ -268,6 +277,8 @@ def test_a_repetition_hides_no_failure_and_a_script_ends_with_the_server(graph, 
         with pytest.raises(tessarel.CallFailed, match="cleared by another client, or the server was started anew"):
             fails(*ends)
         assert not wire.cut and not client.edges
+        wire.cut = True                         # and from then on it is as before
+        assert exists("vertex", [client.new_vertex().id]) and not wire.cut
         client.clear()
     program.client.new_vertex_w_id(12)
     wire.hang_up()              # while all is silent: a call refused for good must not count as one carried out before

@@ -1,7 +1,6 @@
 """The attributes of vertices and edges: what each is called, what it takes, and how that is written for the server."""
 from __future__ import annotations
 
-import math
 import numbers
 import operator
 import re
@@ -26,6 +25,7 @@ HEX_COLOR = re.compile(r"#[0-9A-Fa-f]{6}\Z")
 UNSPEAKABLE = re.compile("[\x00-\x08\x0b\x0c\x0e-\x1f\ud800-\udfff\ufffe\uffff\U00010000-\U0010ffff]")
 CALLBACK_URL = re.compile(r"http://[^/\s]+(/[^/\s]*)*/[^/\s]+/?\Z")
 LONGEST_TEXT = 4096             # bytes
+LARGEST = 1e12                  # the square of a force must still be a number for the layout
 INT_MAX = 2**31 - 1
 
 
@@ -41,7 +41,7 @@ def finite(value: object) -> float | None:
         number = float(value)
     except OverflowError:
         return None
-    return number if math.isfinite(number) else None
+    return number if abs(number) <= LARGEST else None
 
 
 def integer(value: object) -> int | None:
@@ -119,8 +119,8 @@ def _color(value: Color) -> str:
     raise _no('"#RRGGBB", a palette index or three numbers from 0 to 1', value)
 
 
-_from_0 = _number("a number from 0", lambda number: number >= 0)
-_above_0 = _number("a number above 0", lambda number: number > 0)
+_from_0 = _number(f"a number from 0 to {LARGEST:g}", lambda number: number >= 0)
+_above_0 = _number(f"a number above 0, of {LARGEST:g} at most", lambda number: number > 0)
 _0_to_1 = _number("a number from 0 to 1", lambda number: 0 <= number <= 1)
 
 

@@ -21,8 +21,9 @@ WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 class Witness(Protocol):
     """Who can say more of a failure than -1, and is told of calls that may never have been made."""
 
-    def _window_was_cleared(self) -> bool: ...
-    def _why(self, call: Call, cleared: bool, may_ask: bool) -> str: ...
+    def _look_for_a_clear(self) -> None: ...
+    def _is_cleared_away(self, call: Call) -> bool: ...
+    def _why(self, call: Call, may_ask: bool) -> str: ...
     def _broken_off(self, calls: Sequence[Call]) -> None: ...
 
 
@@ -108,12 +109,12 @@ def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeat
                if answer != 0 and call.item is not None]
     if not refused:
         return
-    cleared = witness._window_was_cleared()
+    witness._look_for_a_clear()
     failures: list[CallFailed] = []
     for number, call, answer in refused:
-        if repeated and answer == -1 and not cleared and _may_be_done(calls, number):
+        if repeated and answer == -1 and _may_be_done(calls, number) and not witness._is_cleared_away(call):
             continue
-        reason = witness._why(call, cleared, len(failures) < ASKED_FOR) if answer == -1 else f"the server answers: {answer}"
+        reason = witness._why(call, len(failures) < ASKED_FOR) if answer == -1 else f"the server answers: {answer}"
         failures.append(CallFailed(call.method, call.arguments, reason))
     if failures:
         failures[0].further = tuple(failures[1:])

@@ -30,7 +30,7 @@ ID_MIN, ID_MAX = -2**31, 2**31 - 1
 class Item:
     """What has an id and attributes."""
 
-    __slots__ = ("_graph", "_id", "_values", "_gone", "__weakref__")
+    __slots__ = ("_graph", "_id", "_values", "_gone", "_age", "__weakref__")
 
     kind: ClassVar[str] = ""            #: "vertex", "edge", "vertex_style" or "edge_style"
     attributes: ClassVar[Mapping[str, Attribute[Any]]] = {}     #: by name
@@ -39,6 +39,7 @@ class Item:
         self._graph, self._id = graph, id
         self._values: dict[str, Any] | None = None
         self._gone = ""
+        self._age = graph._age
 
     def __init_subclass__(cls) -> None:
         cls.attributes = MappingProxyType(attributes_of(cls))
@@ -305,6 +306,8 @@ class Graph:
         # The system's own chance: programs that seed theirs would all choose the same ids.
         self._ids = itertools.count(random.SystemRandom().randrange(FIRST_CHOSEN, FIRST_OF_SERVER))
         self._clears = 0                        # how often this client has cleared the window
+        self._age = 0                           # how often somebody else has, as far as this client knows
+        self._looking = threading.Lock()        # held while it finds out
         self._made: dict[str, dict[int, Any]] = {kind: {} for kind in ("vertex", "edge", "vertex_style", "edge_style")}
         self._named: dict[str, dict[str, Any]] = {"vertex_style": {}, "edge_style": {}}
         self._default_vertex_style = VertexStyle(self, 0, None, None)
@@ -390,7 +393,7 @@ class Graph:
         for end in (first, second):
             if not isinstance(end, Vertex) or end.graph is not self:
                 raise BadValue(f"an edge wants two vertices of this graph, not {end!r}")
-        if first is second:
+        if first.id == second.id:
             raise BadValue(f"an edge wants two different vertices, not {first!r} twice")
         with self._lock:
             for end in (first, second):
@@ -544,50 +547,76 @@ class Graph:
             if call.item is not None and call.method.startswith("new_"):
                 self._forget(call.item, "the connection was lost, or given up, before it was known to be made")
 
-    def _window_was_cleared(self) -> bool:
-        """Whether somebody else has cleared the window, or started the server anew, since this client's last clear."""
+    def _look_for_a_clear(self) -> None:
+        """If somebody else has cleared the window, or started the server anew, a new age begins: what was made before is gone."""
         mark = [Call("set_vertex_style_attribute", (self._mark, "visible", "true"), None)]
-        return self._link.exchange(request_for(mark))[0].find(b"<i4>-1</i4>") >= 0
+        with self._looking:
+            if b"<i4>-1</i4>" in self._link.exchange(request_for(mark))[0]:
+                self._link.exchange(request_for([self._marking()]))
+                self._age += 1
 
-    def _why(self, call: Call, cleared: bool, may_ask: bool) -> str:
+    def _is_cleared_away(self, call: Call) -> bool:
+        """Whether the item, or what it needs, is of an age before this one."""
+        return any(self._may_be_lost(each) and each._age < self._age for each in [call.item, *self._needed(call)])
+
+    def _needed(self, call: Call) -> list[Item]:
+        """What must be there, besides the item, for the call to be carried out."""
+        item = call.item
+        needed: list[Item | None] = []
+        if call.method.startswith("new_"):
+            needed = [item.first, item.second] if isinstance(item, Edge) else [] if isinstance(item, Vertex) else [item._parent]
+        elif call.method.startswith("change_"):
+            needed = [self._made[f"{item.kind}_style"].get(int(call.arguments[1]))]
+        return [each for each in needed if each is not None]
+
+    def _why(self, call: Call, may_ask: bool) -> str:
         """Why a call about an item was answered with -1, as far as can be told from here."""
-        item, (first, *rest) = call.item, call.arguments
-        this = f"{_words(item.kind)} {first}"
+        item = call.item
         if item._gone == NOT_MADE:
             return _gone(item)
-        elsewhere = "the window was cleared by another client, or the server was started anew" if cleared else \
-            "another client has removed it"
-        if item._gone and not call.method.startswith("remove_"):
-            elsewhere = f"{item._gone}, or {elsewhere}"
-        if call.method.startswith("new_"):
+        makes = call.method.startswith("new_")
+        if makes:
             self._forget(item, NOT_MADE)
-            taken = f"id {first} is taken, by another client or by an earlier one whose graph nobody cleared"
-            needed: Sequence[Item] = [item.first, item.second] if isinstance(item, Edge) else \
-                [item._parent] if cleared and rest and rest[0] != 0 else []
-            for each in needed:
-                if each.gone:
-                    return _gone(each)
-            missing = self._missing(needed, elsewhere) if may_ask else None
-            if missing is None:
-                missing = " or ".join(f"{_words(each.kind)} {each.id}" for each in needed)
-                return f"{missing} is not there any more ({elsewhere}), or {taken}" if missing else taken
-            return f"{missing} is not there any more: {elsewhere}" if missing else taken
-        if call.method.startswith("set_") and item.kind.endswith("style") and not (cleared and first):
-            return f"the server does not take {rest[1]!r} as {rest[0]}"     # styles go only with all the rest
-        if call.method.startswith("change_") and cleared and rest[0] != 0:
-            style = self._made[f"{item.kind}_style"].get(int(rest[0]))
-            missing = self._missing([style], elsewhere) if may_ask and style is not None else None
-            this = f"{this} or {_words(item.kind)} style {rest[0]}" if missing is None else missing or this
-        return f"{this} is not there any more: {elsewhere}"
+            own = f"id {item.id} is taken, by another client or by an earlier one whose graph nobody cleared"
+        elif item.kind.endswith("style") and not self._may_be_lost(item):
+            return f"the server does not take {call.arguments[2]!r} as {call.arguments[1]}"
+        else:
+            own = self._lost(item, call)
+        suspects = [each for each in self._needed(call) if self._may_be_lost(each)]
+        for each in suspects:
+            if each.gone:
+                return _gone(each)
+        missing = self._missing(suspects) if may_ask else None
+        if missing is None:
+            return ", or ".join([*(self._lost(each, call) for each in suspects), own])
+        lost = missing[0] if missing else item
+        reason = self._lost(lost, call) if missing else own
+        if isinstance(lost, (Vertex, Edge)):
+            self._forget(lost, self._fate(lost))
+        return reason
 
-    def _missing(self, needed: Sequence[Item], reason: str) -> str | None:
-        """Which of the vertices or styles the server does not have, in words, or "" if it has them all; None where it does not
-        become known.
+    def _may_be_lost(self, item: Item) -> bool:
+        """A style goes only with everything."""
+        return isinstance(item, (Vertex, Edge)) or item.id != 0 and item._age < self._age
+
+    def _fate(self, item: Item) -> str:
+        """What has become of an item that the server does not have any more."""
+        return "the window was cleared by another client, or the server was started anew" if item._age < self._age else \
+            "another client has removed it"
+
+    def _lost(self, item: Item, call: Call) -> str:
+        reasons = [self._fate(item)]
+        if item._gone not in ("", *reasons) and not call.method.startswith("remove_"):
+            reasons.insert(0, item._gone)
+        return f"{_words(item.kind)} {item.id} is not there any more: {', or '.join(reasons)}"
+
+    def _missing(self, suspects: Sequence[Item]) -> list[Item] | None:
+        """The first of the vertices or styles that the server does not have, in a list; None where it does not become known.
 
         It is asked to make something that it refuses if the vertex is there, or if the style is not. A vertex made so is removed
         at once; a style stays, for styles cannot be removed, and nothing has it.
         """
-        for each in needed:
+        for each in suspects:
             is_vertex = isinstance(each, Vertex)
             arguments = (each.id,) if is_vertex else (self._choose(each.kind, None), each.id)
             answer, repeated = self._link.exchange(request_for([Call(f"new_{each.kind}_w_id", arguments, None)]))
@@ -597,9 +626,8 @@ class Graph:
             if made == is_vertex:
                 if is_vertex:
                     self._link.exchange(request_for([Call("remove_vertex", (each.id,), None)]))
-                    self._forget(each, reason)
-                return f"{_words(each.kind)} {each.id}"
-        return ""
+                return [each]
+        return []
 
     def _choose(self, kind: str, id: int | None) -> int:
         """An id that this client has not used for the kind yet."""
