@@ -136,6 +136,27 @@ def test_dictionaries_put_in_place_of_others_are_watched_too(window, live, kind)
     assert G.vertex(4).color == G.vertex(3).color == "#FF0000"
 
 
+def test_what_was_broken_off_or_taken_away_by_others_comes_with_the_next_change(window, live, monkeypatch):
+    G = live(LiveGraph)()
+    made = iter(range(100))
+
+    def interrupted(**look):
+        if next(made) == 50:
+            raise KeyboardInterrupt
+        return type(window).new_vertex(window, **look)
+    with monkeypatch.context() as patch:
+        patch.setattr(window, "new_vertex", interrupted)
+        with pytest.raises(KeyboardInterrupt):
+            G.add_edges_from(nx.path_graph(100).edges)
+    G.add_edge(0, 99)
+    agree(window, [G])
+    Client().remove_vertex(G.vertex(5).id)
+    with pytest.raises(tessarel.CallFailed):
+        G.vertex(5).size = 3
+    G.add_edge(5, 50)
+    agree(window, [G])
+
+
 def test_labels_are_made_to_fit(window, live):
     G = live(LiveGraph)()
     G.add_nodes_from(["x" * 5000, "é" * 5000, "a\0b\nc", "\ud800", "<&>", "\U0001F680!", "Zürich", "e\u0301 Straße – Łódź", "日本",

@@ -126,6 +126,11 @@ class Mirror:
                     if done == piece:
                         yield done
                         done = 0
+            except BaseException:
+                # What was not reached comes with the next change; the rest is then found to be as it should.
+                self._vertices_touched = {**vertices, **self._vertices_touched}
+                self._edges_touched = {**edges, **self._edges_touched}
+                raise
             finally:
                 self.point()
         if done:
@@ -169,10 +174,15 @@ class Mirror:
     def _show_vertex(self, node: Hashable) -> None:
         look = self.looks.vertex(node, self.source.nodes[node])
         vertex = self.vertices.get(node)
-        if vertex is None:
-            vertex = self.vertices[node] = self.window.new_vertex(**look)
+        if vertex is None or vertex.gone:
+            if vertex is not None:
+                self._told.pop(vertex, None)
+            vertex = self.window.new_vertex(**look)
             self._told[vertex] = look
-            self._at[node] = set()
+            self.vertices[node] = vertex
+            for key in list(self._at.setdefault(node, set())):      # those of one that is gone went with it
+                if self._data(key) is not None:
+                    self._show_edge(key)
         else:
             self._change(vertex, look)
 
@@ -181,14 +191,20 @@ class Mirror:
         assert data is not None
         look = self.looks.edge(key[0], key[1], data)
         edge = self.edges.get(key)
-        if edge is None:
+        if edge is None or edge.gone:
             if self._arrows and self._style is None:
                 self._style = self.window.new_edge_style()
+            for node in key[:2]:
+                if node not in self.vertices or self.vertices[node].gone:
+                    self._show_vertex(node)
             first, second = key[:2]
-            edge = self.edges[key] = self.window.new_edge(self.vertices[first], self.vertices[second], style=self._style, **look)
+            if edge is not None:
+                self._told.pop(edge, None)
+            edge = self.window.new_edge(self.vertices[first], self.vertices[second], style=self._style, **look)
             self._told[edge] = look
             self._at[first].add(key)
             self._at[second].add(key)
+            self.edges[key] = edge
         else:
             self._change(edge, look)
 
@@ -301,12 +317,10 @@ def show(G: Any, *, on: Graph | None = None, arrows: bool | None = None, **optio
         with contextlib.suppress(Error):        # the server may be another one by now
             before.remove()
         before.close()
-    mirror = Mirror(window, G, looks, arrows)
-    mirror.touch_all()
-    mirror.settle()
-    shown = Shown(mirror, own_window=on is None)
+    shown = Shown(Mirror(window, G, looks, arrows), own_window=on is None)
     if on is None:
         _last = shown
+    shown.update()
     return shown
 
 
