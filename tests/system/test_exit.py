@@ -6,15 +6,16 @@ import http.client
 import os
 import signal
 import threading
+import time
 import xml.parsers.expat
 import xmlrpc.client
 
 import pytest
 
 from support.listener import Listener
-from support.looking import GREEN, seen, web
+from support.looking import BLUE, GREEN, RED, seen, web
 from support.program import Client, Program
-from support.waiting import wait_until
+from support.waiting import SLOWNESS, wait_until
 
 REPEATS = int(os.environ.get("TESSAREL_EXIT_REPEATS", "2"))
 
@@ -83,13 +84,20 @@ def test_a_taken_port_ends_the_second_each_time_while_clients_call_the_first(dis
     callers.join()
 
 
-def test_a_client_that_has_not_answered_does_not_hold_up_the_end(display):
+def test_clients_that_do_not_answer_hold_up_neither_picture_nor_calls_nor_the_end(display):
     for _ in range(REPEATS):
         slow, program = Listener("slow"), Program(display)
+        change = program.client.set_vertex_attribute
         program.client.new_vertex_w_id(1)
         for key, value in [("size", "8"), ("color", web(GREEN)), ("callback_left_doubleclick", slow.url("m"))]:
-            assert program.client.set_vertex_attribute(1, key, value) == 0
+            assert change(1, key, value) == 0
         wait_until(lambda: len(slow.calls) == 3 or display.clicks(seen(display, GREEN), 6), "three calls under way")
+        start = time.monotonic()
+        for value in (RED, BLUE, GREEN):
+            assert change(1, "color", web(value)) == 0
+            wait_until(lambda: display.picture().tinted(value).count > 200, "the next picture")
+        assert time.monotonic() - start < 8 * SLOWNESS
+        assert len(slow.calls) == 3, "the others wait in the queue"
         display.choose("Exit")
         assert program.wait(8) == 0             # sooner than the calls would run out of time
         slow.stop()

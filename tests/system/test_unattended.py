@@ -1,55 +1,37 @@
 """Nobody looks at the window, nobody reads the log: clients must not notice, and nothing may pile up."""
 import re
 
-import pytest
-
 from support.display import WINDOW
 from support.looking import GREEN, RED, seen, web
 from support.program import Client, Lines, Program
 from support.waiting import wait_until
 
-WAYS = {"unmapped": (("windowunmap",), ("windowmap",)),
-        "off the screen": (("windowmove", 3000, 3000), ("windowmove", *WINDOW[:2]))}
 
-
-@pytest.fixture
-def program(display):
-    """A server a check: the port is one server's."""
-    server = Program(display)
-    yield server
-    server.terminate()
-
-
-def move(display, window, command):
-    display.do(command[0], window, *command[1:])
-
-
-@pytest.mark.parametrize("way", WAYS)
-def test_a_hidden_window_goes_on_with_the_graph_and_shows_it_at_once_again(display, program, graph, way):
-    hide, show = WAYS[way]
-    window = display.window_ids()[0]
-    graph.new_vertex_w_id(1)
-    graph.new_vertex_w_id(2)
-    graph.set_vertex_style_attribute(0, "color", web(GREEN))
-    seen(display, GREEN)
-    move(display, window, hide)
-    wait_until(lambda: not display.picture().lit().count, "the window to go")
-    mark = len(program.errors)
-    # What is queued is carried out and the layout steps: a force without measure is complained of.
-    graph.set_vertex_attribute(1, "charge", "inf")
-    program.errors.wait_for("^@@ Warning: forces on vertex are", mark)
-    assert graph.remove_vertex(1) == 0
-    assert graph.set_vertex_style_attribute(0, "color", web(RED)) == 0
-    move(display, window, show)
-    seen(display, RED)
-    assert not display.picture().tinted(GREEN).count
-
-
-def test_a_hidden_window_at_rest_takes_no_processor(display, program):
-    window = display.window_ids()[0]
+def test_a_hidden_window_goes_on_with_the_graph_shows_it_at_once_again_and_rests_with_it(display):
+    program = Program(display)
+    graph, window = program.client, display.window_ids()[0]
+    for hide, show in [(("windowunmap", window), ("windowmap", window)),
+                       (("windowmove", window, 3000, 3000), ("windowmove", window, *WINDOW[:2]))]:
+        graph.clear()
+        graph.new_vertex_w_id(1)
+        graph.new_vertex_w_id(2)
+        graph.set_vertex_style_attribute(0, "color", web(GREEN))
+        seen(display, GREEN)
+        display.do(*hide)
+        wait_until(lambda: not display.picture().lit().count, "the window to go")
+        mark = len(program.errors)
+        # What is queued is carried out and the layout steps: a force without measure is complained of.
+        graph.set_vertex_attribute(1, "charge", "inf")
+        program.errors.wait_for("^@@ Warning: forces on vertex are", mark)
+        assert graph.remove_vertex(1) == 0
+        assert graph.set_vertex_style_attribute(0, "color", web(RED)) == 0
+        display.do(*show)
+        seen(display, RED)
+        assert not display.picture().tinted(GREEN).count
+    graph.clear()
     display.do("windowunmap", window)
     wait_until(lambda: program.load(0.5) < 0.1, "frames to slow down, as they do when nothing is left to do", 20)
-    display.do("windowmap", window)
+    program.terminate()
 
 
 def test_a_log_that_nobody_reads_holds_up_nobody(display):
