@@ -4,9 +4,9 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <iostream>
 #include <map>
 #include <random>
+#include <regex>
 #include <set>
 #include <sstream>
 #include <string>
@@ -19,27 +19,22 @@ namespace quorel {
 namespace {
 
 /// How a random tree grows: which of the versions made so far becomes the next one's parent.
-struct Shape {
-  const char* name;
-  std::size_t (*parent)(std::size_t versionCount, std::mt19937& random);
-};
+using Shape = std::size_t (*)(std::size_t versionCount, std::mt19937& random);
 
 const Shape shapes[] = {
-    {"star", [](std::size_t, std::mt19937&) -> std::size_t { return 0; }},
-    {"chain", [](std::size_t count, std::mt19937&) { return count - 1; }},
-    {"random", [](std::size_t count, std::mt19937& random) { return random() % count; }},
-    {"few styles with many members",
-     [](std::size_t count, std::mt19937& random) { return random() % std::min<std::size_t>(count, 5); }},
+    [](std::size_t, std::mt19937&) -> std::size_t { return 0; },  // a star
+    [](std::size_t count, std::mt19937&) { return count - 1; },   // a chain
+    [](std::size_t count, std::mt19937& random) { return random() % count; },
+    // Few styles with many members.
+    [](std::size_t count, std::mt19937& random) { return random() % std::min<std::size_t>(count, 5); },
 };
 
-class ParensTreeOfShape : public testing::TestWithParam<std::tuple<Shape, unsigned>> {};
+class ParensTreeOfShape : public testing::TestWithParam<std::tuple<int, unsigned>> {};
 
-INSTANTIATE_TEST_SUITE_P(Shapes, ParensTreeOfShape,
-                         testing::Combine(testing::ValuesIn(shapes), testing::Values(1u, 2u, 3u)));
+INSTANTIATE_TEST_SUITE_P(ShapesAndSeeds, ParensTreeOfShape, testing::Combine(testing::Range(0, 4), testing::Range(1U, 4U)));
 
 TEST_P(ParensTreeOfShape, agreesWithTheWrittenStringAndWithAWalkUpward) {
   const auto [shape, seed] = GetParam();
-  std::cout << shape.name << ", seed " << seed << '\n';
   std::mt19937 random(seed);
   std::srand(seed);
   VersionTree tree;
@@ -52,7 +47,7 @@ TEST_P(ParensTreeOfShape, agreesWithTheWrittenStringAndWithAWalkUpward) {
   // First a tree whose inner versions come into the subset late, around members that are already there; then both grow.
   for (int step = 0; step < 210; ++step) {
     if (step < 60 || random() % 3 == 0) {
-      Version* const parent = all[shape.parent(all.size(), random)];
+      Version* const parent = all[shapes[shape](all.size(), random)];
       all.push_back(tree.newVersion(parent));
       order.insert(std::ranges::find(order, parent->first) + 1, {all.back()->first, all.back()->last});
       ASSERT_EQ(tree.tree.validate(), "") << "step " << step;
@@ -133,14 +128,11 @@ TEST(ParensTree, dumpNamesEveryObjectOnceAndEveryLinkOfIt) {
   std::istringstream in(out.str());
   for (std::string line; std::getline(in, line);) {
     EXPECT_TRUE(lines.insert(line).second) << line;
-    const auto label = line.find(" [label=\"");
-    std::string name = label == std::string::npos ? "" : line.substr(label + 9);
-    ++labels[name.substr(0, name.find('"'))];
+    std::smatch label;
+    std::regex_search(line, label, std::regex("label=\"([^\"]*)"));
+    // Which child hangs on which side is up to the addresses.
+    ++labels[label[1] == "0" || label[1] == "1" ? "child" : label.str(1)];
   }
-  // Which child hangs on which side is up to the addresses.
-  labels["child"] = labels["0"] + labels["1"];
-  labels.erase("0");
-  labels.erase("1");
   // Three versions with six keys and six master nodes, two of them in the subset with four nodes.
   const std::map<std::string, int> expected = {
       {"ParensTree", 1}, {"Version", 3}, {"PTKey", 6}, {"ParensTreeNode", 10}, {"root", 1}, {"child", 8},
