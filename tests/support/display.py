@@ -92,14 +92,9 @@ class Display:
         x11.XOpenDisplay.restype = ctypes.c_void_p
         x11.XInternAtom.restype = ctypes.c_ulong
         display = ctypes.c_void_p(x11.XOpenDisplay(self.name.encode()))
-        window = ctypes.c_ulong(int(self.window_ids()[0]))
-        atom = {name: x11.XInternAtom(display, name.encode(), 0) for name in ["WM_PROTOCOLS", "WM_DELETE_WINDOW"]}
-
-        class ClientMessage(ctypes.Structure):
-            _fields_ = [("type", ctypes.c_int), ("serial", ctypes.c_ulong), ("send_event", ctypes.c_int),
-                        ("display", ctypes.c_void_p), ("window", ctypes.c_ulong), ("message_type", ctypes.c_ulong),
-                        ("format", ctypes.c_int), ("data", ctypes.c_long * 5), ("padding", ctypes.c_long * 24)]
-        message = ClientMessage(type=33, window=window.value, message_type=atom["WM_PROTOCOLS"], format=32)
-        message.data[0] = atom["WM_DELETE_WINDOW"]
-        x11.XSendEvent(display, window, 0, ctypes.c_long(0), ctypes.byref(message))
+        window = int(self.window_ids()[0])
+        protocols, delete = (x11.XInternAtom(display, name, 0) for name in (b"WM_PROTOCOLS", b"WM_DELETE_WINDOW"))
+        # An XEvent, all of whose fields take eight bytes: a client message of 32-bit words.
+        message = (ctypes.c_long * 24)(33, 0, 0, 0, window, protocols, 32, delete)
+        x11.XSendEvent(display, ctypes.c_ulong(window), 0, ctypes.c_long(0), message)
         x11.XCloseDisplay(display)
