@@ -55,23 +55,20 @@ struct Kind {
   std::map<int, Object> objects = {};
 };
 
-/// Who else makes calls meanwhile.
-enum class Others { none, onIdsOfTheirOwn, onTheSameIds };
-
 /// Makes calls at random, many of them mistakes, and compares each answer and every state with a model in the plainest
 /// form: every scope keeps all its values, and a value in force is looked up from the object upwards.
 class Walk {
 public:
-  Walk(GraphProxy& walked, unsigned seed, Others who, int firstId)
-      : proxy(walked), random(seed), others(who), base(firstId) {
-    if (others == Others::none) log.emplace(std::clog);
+  /// Not `alone` where others do the same to the same objects meanwhile.
+  Walk(GraphProxy& walked, unsigned seed, bool isAlone) : proxy(walked), random(seed), alone(isAlone) {
+    if (alone) log.emplace(std::clog);
     forget();
   }
 
   void step() {
     const int what = pick(1000);
     const bool ofVertex = pick(2) == 0;
-    if (what < 1 && others != Others::onIdsOfTheirOwn) {
+    if (what < 1) {
       expect(proxy.tessarel_clear() == 0);
       forget();
     } else if (what < 120) {
@@ -91,7 +88,7 @@ public:
       ofVertex ? changeStyle(vertices) : changeStyle(edges);
     } else if (what < 960) {
       ofVertex ? setAttribute(vertices) : setAttribute(edges);
-    } else if (others == Others::none) {
+    } else if (alone) {
       proxy.poll();
       proxy.layout->updateSplines();
     }
@@ -168,16 +165,16 @@ private:
   /// An id that is mostly known, and otherwise from a small range in which some are.
   template <class Map>
   int anyId(const Map& known) {
-    return known.empty() || pick(10) == 0 ? base + pick(60) - 10 : any(known).first;
+    return known.empty() || pick(10) == 0 ? pick(60) - 10 : any(known).first;
   }
 
   /// Where others do the same to the same objects, any answer may be right.
-  void expect(bool right) const { ASSERT_TRUE(right || others == Others::onTheSameIds); }
+  void expect(bool right) const { ASSERT_TRUE(right || !alone); }
 
   /// The id of a new object if `fits`, made with an id of the client's choice or of the server's.
   template <class Map, class Fresh, class WithId>
   std::optional<int> made(const Map& known, bool fits, Fresh fresh, WithId withId) {
-    int id = base + pick(40);
+    int id = pick(40);
     if (pick(2) == 0) {
       id = fresh();
       expect(fits ? id >= 1 << 30 && !known.contains(id) : id == -1);
@@ -230,7 +227,6 @@ private:
   void setAttribute(Kind<Style>& kind) {
     const bool onStyle = pick(3) == 0;
     const int id = onStyle ? anyId(kind.styles) : anyId(kind.objects);
-    if (onStyle && id == 0 && others == Others::onIdsOfTheirOwn) return;
     const auto& e = any(kind.examples);
     const auto& taken = any(e.taken);
     const bool good = e.refused.empty() || pick(3) != 0;
@@ -259,8 +255,7 @@ private:
 
   GraphProxy& proxy;
   std::mt19937 random;
-  Others others;
-  int base;
+  bool alone;
   std::deque<Scope> scopes;
   std::optional<Captured> log;
 };
@@ -270,43 +265,14 @@ long fromEnvironment(const char* name, long otherwise) {
   return text == nullptr ? otherwise : std::atol(text);
 }
 
-class ModelTest : public ProxyTest {
-protected:
-  static constexpr int clientCount = 16;
-  static constexpr int callsOfClient = 1500;
-
-  ~ModelTest() override { verbose = true; }
-
-  /// Clients on threads of their own while this thread makes frames: a poll, then a step and a picture under the locks
-  /// that they are made under.
-  template <class Client>
-  void serve(Client client) {
-    std::atomic<int> running = clientCount;
-    std::vector<std::thread> clients;
-    for (int number = 0; number < clientCount; ++number) {
-      clients.emplace_back([&, number] {
-        client(number);
-        --running;
-      });
-    }
-    while (running > 0) {
-      proxy.poll();
-      const std::lock_guard<MultiLockable> step(*proxy.layout);
-      const std::lock_guard<MultiLockable> picture(globalStyleLock);
-      proxy.layout->updateSplines();
-      sleepMilliseconds(1);
-    }
-    for (std::thread& thread : clients) thread.join();
-    proxy.poll();
-  }
-};
+using ModelTest = ProxyTest;
 
 // TESSAREL_MODEL_STEPS and TESSAREL_MODEL_SEED make it a longer or another walk.
 TEST_F(ModelTest, anySequenceOfCallsLeavesWhatTheModelHas) {
   const long steps = fromEnvironment("TESSAREL_MODEL_STEPS", 20000);
   const auto seed = static_cast<unsigned>(fromEnvironment("TESSAREL_MODEL_SEED", 20738));
   std::cout << "seed " << seed << ", " << steps << " steps\n";
-  Walk walk(proxy, seed, Others::none, 0);
+  Walk walk(proxy, seed, true);
   for (long i = 0; i < steps; ++i) {
     walk.step();
     if (i % 250 == 0 || i + 1 == steps) {
@@ -325,37 +291,28 @@ TEST_F(ModelTest, anySequenceOfCallsLeavesWhatTheModelHas) {
   }
 }
 
-TEST_F(ModelTest, sixteenClientsHearWhatEachWouldHearAlone) {
-  verbose = false;
-  std::deque<Walk> walks;
-  for (int i = 0; i < clientCount; ++i) {
-    walks.emplace_back(proxy, static_cast<unsigned>(i), Others::onIdsOfTheirOwn, 1000 * (i + 1));
-  }
-  std::atomic<int> racesWon = 0;
-  serve([&](int number) {
-    for (int i = 0; i < callsOfClient; ++i) {
-      walks[static_cast<std::size_t>(number)].step();
-      if (i % 5 == 0) racesWon += proxy.tessarel_new_vertex_w_id(100000 + i) == 0 ? 1 : 0;  // all want the same
-    }
-  });
-  EXPECT_EQ(racesWon, callsOfClient / 5);
-  std::size_t vertexCount = callsOfClient / 5;
-  std::size_t edgeCount = 0;
-  for (const Walk& walk : walks) {
-    walk.compare();
-    vertexCount += walk.vertices.objects.size();
-    edgeCount += walk.edges.objects.size();
-  }
-  EXPECT_EQ(proxy.vertices.size(), vertexCount);
-  EXPECT_EQ(proxy.edges.size(), edgeCount);
-}
-
+// While they make their calls, this thread makes frames: a poll, then a step and a picture under their locks.
 TEST_F(ModelTest, clientsWhoTakeOneAnothersObjectsAwayLeaveTheMapsAndTheGraphInAgreementAndWholeLines) {
+  constexpr int callsOfClient = 1500;
   Captured log(std::clog);
-  serve([&](int number) {
-    Walk walk(proxy, static_cast<unsigned>(number), Others::onTheSameIds, 0);
-    for (int i = 0; i < callsOfClient; ++i) walk.step();
-  });
+  std::atomic<int> running = 16;
+  std::vector<std::thread> clients;
+  for (int number = running; number > 0; --number) {
+    clients.emplace_back([&, number] {
+      Walk walk(proxy, static_cast<unsigned>(number), false);
+      for (int i = 0; i < callsOfClient; ++i) walk.step();
+      --running;
+    });
+  }
+  while (running > 0) {
+    proxy.poll();
+    const std::lock_guard<MultiLockable> step(*proxy.layout);
+    const std::lock_guard<MultiLockable> picture(globalStyleLock);
+    proxy.layout->updateSplines();
+    sleepMilliseconds(1);
+  }
+  for (std::thread& client : clients) client.join();
+  proxy.poll();
   EXPECT_TRUE(proxy.events.empty());
   std::istringstream lines(log.take());
   int count = 0;

@@ -34,11 +34,10 @@ class Callers:
         try:
             while True:
                 vertex = 10000 * number + self.answered[number]
-                calls = [("new_vertex_w_id", vertex), ("set_vertex_attribute", vertex, "label", "on the way"),
-                         ("new_edge_w_id", vertex, vertex - 1, vertex), ("set_edge_attribute", vertex, "spline", "true")]
-                if self.answered[number] % 5 == 4:
-                    calls.append(("remove_vertex", vertex))
-                Client.together(calls)
+                Client.together([
+                    ("new_vertex_w_id", vertex), ("set_vertex_attribute", vertex, "label", "on the way"),
+                    ("new_edge_w_id", vertex, vertex - 1, vertex), ("set_edge_attribute", vertex, "spline", "true"),
+                    ("remove_vertex", vertex - vertex % 5)])
                 self.answered[number] += 1
         except (OSError, http.client.HTTPException, xmlrpc.client.Error, xml.parsers.expat.ExpatError):
             pass                                # the program has gone, perhaps in the middle of a reply
