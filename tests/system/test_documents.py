@@ -67,8 +67,10 @@ def name(document):
 
 
 @pytest.fixture
-def desk(tmp_path):
-    """A copy of the project to type in, and an environment in which its programs are installed."""
+def desk(program, graph, tmp_path):
+    """A copy of the project to type in, and an environment in which its programs are installed; in the end no call of what was
+    typed has been answered with -1."""
+    mark = len(program.errors)
     desk, programs = tmp_path / "desk", tmp_path / "programs"
     shutil.copytree(ROOT, desk, symlinks=True, ignore=shutil.ignore_patterns(".git", "build", "node_modules", "__pycache__"))
     for path, text in FILES.items():
@@ -76,13 +78,13 @@ def desk(tmp_path):
     programs.mkdir()
     (programs / "tessarel-load").write_text(f'#!/bin/sh\nexec {sys.executable} -m tessarel.loader "$@"\n')
     (programs / "tessarel-load").chmod(0o755)
-    return {"cwd": desk, "env": {**os.environ, "HOME": str(tmp_path), "PATH": f"{programs}:{os.environ['PATH']}",
-                                 "PYTHONPATH": str(desk / "clients" / "python"), "PYTHONUNBUFFERED": "1"}}
+    yield {"cwd": desk, "env": {**os.environ, "HOME": str(tmp_path), "PATH": f"{programs}:{os.environ['PATH']}",
+                                "PYTHONPATH": str(desk / "clients" / "python"), "PYTHONUNBUFFERED": "1"}}
+    assert [line for line in program.errors.since(mark) if line.startswith("tessarel")] == []
 
 
 @pytest.mark.parametrize("document", [path for path in DOCUMENTS if blocks(path, "python")], ids=name)
-def test_the_python_of_a_document_runs_from_top_to_bottom(program, graph, desk, document):
-    mark = len(program.errors)
+def test_the_python_of_a_document_runs_from_top_to_bottom(desk, document):
     code = [(name(document), line, text) for line, _, text in blocks(document, "python")]
     process = subprocess.Popen([sys.executable, "-c", PYTHON, json.dumps(code)], stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                                text=True, **desk)
@@ -107,12 +109,10 @@ def test_the_python_of_a_document_runs_from_top_to_bottom(program, graph, desk, 
     finally:
         process.kill()
         process.wait()
-    assert [line for line in program.errors.since(mark) if line.startswith("tessarel")] == [], "calls answered with -1"
 
 
 @pytest.mark.parametrize("document", [path for path in DOCUMENTS if blocks(path, "sh", "console")], ids=name)
-def test_the_commands_of_a_document_do_as_they_are_told(program, graph, desk, document):
-    mark = len(program.errors)
+def test_the_commands_of_a_document_do_as_they_are_told(desk, document):
     for line, language, text in blocks(document, "sh", "console"):
         for command in commands(language, text):
             if not any(fnmatch.fnmatchcase(command, pattern) for pattern in NOT_TYPED):
@@ -122,16 +122,14 @@ def test_the_commands_of_a_document_do_as_they_are_told(program, graph, desk, do
                                       timeout=90 * SLOWNESS, check=False, **desk)
                 assert done.returncode == (124 if lasts else 0) and "<fault>" not in done.stdout, \
                     f"{name(document)}:{line}: {command}\n{done.stdout}{done.stderr}"
-    assert [line for line in program.errors.since(mark) if line.startswith("tessarel")] == [], "calls answered with -1"
 
 
 def test_every_block_says_what_it_is_and_what_is_not_typed_has_its_place():
-    languages = {"python", "sh", "console", "text", ""}
     typed = [command for path in DOCUMENTS for _, language, text in blocks(path, "sh", "console")
              for command in commands(language, text)]
     for path in DOCUMENTS:
         fences = re.findall(r"^\s*```(\S*)", path.read_text(encoding="utf-8"), re.M)
-        assert set(fences[::2]) <= languages and set(fences[1::2]) <= {""}, name(path)
+        assert set(fences[::2]) <= {"python", "sh", "console", "text", ""} and set(fences[1::2]) <= {""}, name(path)
     assert [pattern for pattern in NOT_TYPED if not fnmatch.filter(typed, pattern)] == [], "no document says this any more"
 
 
