@@ -31,7 +31,8 @@ const Shape shapes[] = {
 
 class ParensTreeOfShape : public testing::TestWithParam<std::tuple<int, unsigned>> {};
 
-INSTANTIATE_TEST_SUITE_P(ShapesAndSeeds, ParensTreeOfShape, testing::Combine(testing::Range(0, 4), testing::Range(1U, 4U)));
+INSTANTIATE_TEST_SUITE_P(ShapesAndSeeds, ParensTreeOfShape,
+                         testing::Combine(testing::Range(0, 4), testing::Range(1U, 4U)));
 
 TEST_P(ParensTreeOfShape, agreesWithTheWrittenStringAndWithAWalkUpward) {
   const auto [shape, seed] = GetParam();
