@@ -2,9 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <pty.h>
-#include <sys/ioctl.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -64,36 +61,14 @@ protected:
     closeWriter();
   }
 
-  void openPipe() {
+  void SetUp() override {
     ASSERT_EQ(pipe(ends), 0);
-    stream.rdbuf(&buffer.emplace(ends[1]));
-  }
-
-  void openTerminal() {
-    termios raw = {};
-    cfmakeraw(&raw);
-    ASSERT_EQ(openpty(&ends[0], &ends[1], nullptr, &raw, nullptr), 0);
     stream.rdbuf(&buffer.emplace(ends[1]));
   }
 
   void closeWriter() {
     buffer.reset();
     close(std::exchange(ends[1], -1));
-  }
-
-  /// All that has been written.
-  std::string readNow() const {
-    constexpr int quietMilliseconds = 50;  // a terminal hands over with a delay
-    std::string text;
-    pollfd more = {.fd = ends[0], .events = POLLIN, .revents = 0};
-    while (poll(&more, 1, quietMilliseconds) == 1) text += read(1 << 16);
-    return text;
-  }
-
-  int unread() const {
-    int bytes = 0;
-    ioctl(ends[0], FIONREAD, &bytes);
-    return bytes;
   }
 
   /// The next bytes, waiting for them; none if there is no writer any more.
@@ -123,40 +98,14 @@ protected:
   std::ostream stream{nullptr};
 };
 
-TEST_F(LogStream, whatNobodyReadsIsDroppedAndCountedAndTheFirstLinesStay) {
-  openPipe();
-  constexpr int written = 100000;  // hangs, if a line waits for a reader
-  for (int i = 0; i < written; i += 2) writeLines(stream, lineOf("line ", i) + lineOf("line ", i + 1));
-  const std::vector<std::string> kept = linesOf(readNow());
-  ASSERT_GT(kept.size(), 1000U);
-  for (std::size_t i = 0; i < kept.size(); ++i) ASSERT_EQ(kept[i], "line " + std::to_string(i));
-  for (const char* const line : {"room again", "and on"}) writeLine(stream, line);
-  const std::string notice = "tessarel: " + std::to_string(written - kept.size()) + " lines dropped\n";
-  EXPECT_EQ(readNow(), notice + "room again\nand on\n");
-}
-
-TEST_F(LogStream, aTerminalThatStandsStillHoldsUpNobody) {
-  openTerminal();
-  for (int i = 0; i < 100000; ++i) writeLine(stream, "line ", i);
-  EXPECT_EQ(readNow().substr(0, 14), "line 0\nline 1\n");
-  writeLine(stream, "room again");
-  // The system fetches lines from a terminal while others are written, so there may be more than one loss by now.
-  const std::vector<std::string> lines = linesOf(readNow());
-  ASSERT_GE(lines.size(), 2U);
-  EXPECT_GT(droppedBy(lines[lines.size() - 2]), 0);
-  EXPECT_EQ(lines.back(), "room again");
-}
-
 TEST_F(LogStream, whoNeverReadsAnyMoreDoesNotMakeTheStreamBad) {
-  openPipe();
   std::signal(SIGPIPE, SIG_IGN);
   close(std::exchange(ends[0], -1));
   writeLine(stream, "into nothing");
   EXPECT_TRUE(stream.good());
 }
 
-TEST_F(LogStream, ofManyThreadsWithASlowReaderEachPairOfLinesIsWholeAndInOrderOrCounted) {
-  openPipe();
+TEST_F(LogStream, ofManyThreadsEachPairOfLinesIsWholeAndInOrderOrCountedThoughNobodyReadsForLong) {
   constexpr int threads = 4;
   constexpr int pairs = 45000;  // more than a pipe takes, of each thread
   std::atomic<bool> full = false;
@@ -179,7 +128,8 @@ TEST_F(LogStream, ofManyThreadsWithASlowReaderEachPairOfLinesIsWholeAndInOrderOr
     });
   }
   for (std::thread& writer : writers) writer.join();
-  while (unread() > 0) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  pollfd room = {.fd = ends[1], .events = POLLOUT, .revents = 0};
+  poll(&room, 1, -1);
   writeLine(stream, "the end");  // with it comes what was dropped last
   closeWriter();
   reader.join();
@@ -188,18 +138,23 @@ TEST_F(LogStream, ofManyThreadsWithASlowReaderEachPairOfLinesIsWholeAndInOrderOr
   ASSERT_EQ(lines.back(), "the end");
   int next[threads] = {};
   int told = 0;
+  std::size_t firstLoss = 0;
   for (std::size_t i = 0; i + 1 < lines.size(); ++i) {
     told += droppedBy(lines[i]);
-    if (droppedBy(lines[i]) > 0) continue;
+    if (droppedBy(lines[i]) > 0) {
+      if (firstLoss == 0) firstLoss = i;
+      continue;
+    }
     int t = 0;
     int number = 0;
     ASSERT_EQ(std::sscanf(lines[i].c_str(), "line %d %d", &t, &number), 2) << lines[i];
     ASSERT_EQ(lines[i + 1], "twin" + lines[i].substr(4));
-    ++i;
-    ASSERT_GE(number, std::exchange(next[t], number + 1));
+    ASSERT_TRUE(firstLoss == 0 ? number == next[t] : number >= next[t]) << lines[i];
+    next[t] = number + 1;
     told += 2;
+    ++i;
   }
-  EXPECT_LT(lines.size(), 2 * threads * pairs) << "the reader was not too slow";
+  EXPECT_GT(firstLoss, 1000U) << "the first lines stay";
   EXPECT_EQ(told, 2 * threads * pairs);
 }
 
