@@ -1,6 +1,7 @@
 #include <GL/freeglut.h>
 
 #include <cmath>
+#include <tuple>
 
 #include "animator/Scene.h"
 #include "concurrency/Platform.h"
@@ -19,62 +20,54 @@ protected:
     timer.start();
     return started;
   }
-
-  void click(int button, int x, int y) {
-    animator.MouseFunc(button, GLUT_DOWN, x, y);
-    animator.MouseFunc(button, GLUT_UP, x, y);
-  }
 };
 
 TEST_F(InputTest, zoomKeysGlideAndSpinKeysBuildUpOrStop) {
-  using Press = std::function<void()>;
-  const auto special = [this](int key) { return [this, key] { animator.SpecialKeyFunc(key, 0, 0); }; };
-  const auto plain = [this](char key) { return [this, key] { scene.press({key}); }; };
-  const auto change = [this](const double& value) {
+  constexpr int special = 256;
+  const auto changeBy = [this](int key, const double& value) {
+    if (key < special) {
+      animator.KeyPressFunc(static_cast<unsigned char>(key), 0, 0);
+    } else {
+      animator.SpecialKeyFunc(key - special, 0, 0);
+    }
     const double before = value;
+    animator.DisplayFunc();
     animator.DisplayFunc();
     return value - before;
   };
-  const std::pair<Press, double> zooms[] = {
-      {special(GLUT_KEY_UP), 0.1}, {special(GLUT_KEY_DOWN), -0.1}, {plain('@'), 1.0}, {plain('!'), -1.0}};
-  for (const auto& [press, expected] : zooms) {
-    press();
-    EXPECT_NEAR(change(animator.camera_dist), expected, 1e-9);
+  const std::pair<int, double> zooms[] = {
+      {special + GLUT_KEY_UP, 1.0}, {special + GLUT_KEY_DOWN, -1.0}, {'@', 10.0}, {'!', -10.0}};
+  for (const auto& [key, velocity] : zooms) {
+    EXPECT_NEAR(changeBy(key, animator.camera_dist), (0.1 + 0.1 * 0.9) * velocity, 1e-9);
   }
-  const struct {
-    double& angle;
-    Press forth, back;
-  } spins[] = {{animator.angle_y, special(GLUT_KEY_RIGHT), special(GLUT_KEY_LEFT)},
-               {animator.angle_z, plain('u'), plain('d')},
-               {animator.angle_z, plain('U'), plain('D')}};
+  const std::tuple<double&, int, int> spins[] = {{animator.angle_y, special + GLUT_KEY_RIGHT, special + GLUT_KEY_LEFT},
+                                                 {animator.angle_z, 'u', 'd'},
+                                                 {animator.angle_z, 'U', 'D'}};
   for (const auto& [angle, forth, back] : spins) {
-    forth();
-    forth();
-    EXPECT_GT(change(angle), 0.0);
-    back();
-    EXPECT_EQ(change(angle), 0.0) << "the first press stops it";
-    back();
-    EXPECT_LT(change(angle), 0.0);
-    forth();
+    EXPECT_GT(changeBy(forth, angle), 0.0);
+    EXPECT_GT(changeBy(forth, angle), 0.0);
+    EXPECT_EQ(changeBy(back, angle), 0.0) << "the first press stops it";
+    EXPECT_LT(changeBy(back, angle), 0.0);
+    EXPECT_EQ(changeBy(forth, angle), 0.0);
   }
 }
 
 TEST_F(InputTest, keysAndMenuChangeTheSimulationAndFrictionSaysWhatItIs) {
   layout.startStateValid = true;
-  scene.press("h");
-  EXPECT_FALSE(layout.use_runge_kutta);
-  EXPECT_FALSE(layout.startStateValid) << "the next step begins at the present state";
-  scene.press("Hp");
-  EXPECT_TRUE(layout.use_runge_kutta);
-  EXPECT_FALSE(layout.parallel);
-  scene.press("P");
-  EXPECT_TRUE(layout.parallel);
+  const std::tuple<const char*, bool, bool, float> cases[] = {{"h", false, true, 2.0F},
+                                                              {"Hp", true, false, 2.0F},
+                                                              {"P", true, true, 2.0F},
+                                                              {"+", true, true, 2.5F},
+                                                              {"-", true, true, 2.0F}};
+  for (const auto& [keys, rungeKutta, parallel, timeStep] : cases) {
+    scene.press(keys);
+    EXPECT_EQ(std::tuple(layout.use_runge_kutta, layout.parallel, layout.time_step),
+              std::tuple(rungeKutta, parallel, timeStep))
+        << keys;
+  }
+  EXPECT_FALSE(layout.startStateValid) << "with another integrator the next step begins at the present state";
   animator.MenuFunc(3);
   EXPECT_FALSE(layout.parallel);
-  scene.press("+");
-  EXPECT_EQ(layout.time_step, 2.5F);
-  scene.press("-");
-  EXPECT_EQ(layout.time_step, 2.0F);
   testing::internal::CaptureStdout();
   scene.press("Ff");
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "Friction = 0.5\nFriction = 0.25\n");
@@ -135,10 +128,7 @@ TEST_F(InputTest, whatTheWindowDoesNotBindChangesNothingAndKeysGoToEveryLayout) 
   scene.press(unbound + "EesbGgQq");
   animator.layouts.pop_back();
   EXPECT_EQ(other.keys, unbound);
-  for (const int key : {GLUT_KEY_F1, GLUT_KEY_F12, GLUT_KEY_HOME, GLUT_KEY_END, GLUT_KEY_PAGE_UP, GLUT_KEY_INSERT}) {
-    animator.SpecialKeyFunc(key, 0, 0);
-  }
-  for (int button = 3; button < 8; ++button) click(button, 10, 10);
+  for (const int key : {GLUT_KEY_F1, GLUT_KEY_F12, GLUT_KEY_PAGE_UP}) animator.SpecialKeyFunc(key, 0, 0);
   for (const int entry : {-1, 6}) animator.MenuFunc(entry);
   EXPECT_EQ(animator.zoom_velocity + std::abs(animator.spin_y) + std::abs(animator.spin_z), 0.0);
   EXPECT_EQ(scene.picture().differences(before), 0);
@@ -152,16 +142,24 @@ TEST_F(InputTest, escapeOutsideFullScreenSaysItsTwoLinesOnce) {
             "Use ESC to exit full-screen mode.  To exit Tessarel, use the \nright-mouse button menu.\n");
 }
 
-TEST_F(InputTest, aLeftDragTurnsAnotherSlidesAndTheWheelLeavesItAsItWas) {
+TEST_F(InputTest, aLeftDragTurnsAnotherSlidesTheWheelLeavesItAsItWasAndAWindowNeedNoSize) {
   animator.MouseFunc(GLUT_LEFT_BUTTON, GLUT_DOWN, 100, 100);
-  for (const int wheel : {3, 4}) click(wheel, 120, 100);
-  animator.MotionFunc(150, 100);
+  for (int wheel = 3; wheel < 8; ++wheel) animator.MouseFunc(wheel, GLUT_DOWN, 120, 100);
+  animator.MotionFunc(150, 70);
   animator.MouseFunc(GLUT_MIDDLE_BUTTON, GLUT_DOWN, 100, 100);
   animator.MotionFunc(150, 70);
   EXPECT_NEAR(animator.angle_y, -45.0, 1e-4);
+  EXPECT_NEAR(animator.angle_x, 36.0, 1e-4);
   EXPECT_EQ(animator.camera_dist, -3.0);
   EXPECT_EQ(animator.viewport_x, 50);
   EXPECT_EQ(animator.viewport_y, 30);
+
+  animator.ReshapeFunc(0, 0);
+  animator.MouseFunc(GLUT_LEFT_BUTTON, GLUT_DOWN, 100, 100);
+  animator.MotionFunc(105, 105);
+  animator.DisplayFunc();
+  EXPECT_EQ(animator.aspect, 1.0);
+  EXPECT_TRUE(std::isfinite(animator.angle_x) && std::isfinite(animator.angle_y));
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 
 #include <boost/smart_ptr/make_shared.hpp>
 
+#include <tuple>
+
 #include "animator/PickRecords.h"
 #include "animator/Scene.h"
 #include "versioning/VertexCallback.h"
@@ -10,27 +12,19 @@ namespace quorel {
 namespace {
 
 TEST(ChooseHit, takesTheNearestAmongRecordsWithOneName) {
-  struct Case {
-    std::vector<std::uint32_t> words;
-    int hits;
-    std::optional<std::uint32_t> chosen;
+  const std::tuple<std::vector<std::uint32_t>, int, std::optional<std::uint32_t>> cases[] = {
+      {{1, 5, 9, 42, 1, 6, 9, 43}, 2, 42},
+      {{1, 6, 9, 42, 1, 5, 9, 43}, 2, 43},
+      {{1, 5, 9, 42, 1, 5, 9, 43}, 2, 42},
+      {{1, 0x7fffffff, 9, 1, 1, 0x80000001, 9, 2}, 2, 1},
+      {{0, 2, 9, 1, 5, 9, 42, 2, 3, 9, 43, 44}, 3, 42},
+      {{0, 7, 9}, 1, std::nullopt},
+      {{1, 5, 9, 42}, -1, std::nullopt},
+      {{1, 5, 9, 42, 1, 6, 9}, 2, 42},
+      {{0xffffffff, 6, 9}, 1, std::nullopt},
   };
-  for (const Case& c : {
-           Case{{1, 5, 9, 42}, 1, 42},
-           Case{{1, 5, 9, 42, 1, 6, 9, 43}, 2, 42},
-           Case{{1, 6, 9, 42, 1, 5, 9, 43}, 2, 43},
-           Case{{1, 5, 9, 42, 1, 5, 9, 43}, 2, 42},
-           Case{{1, 0x7fffffff, 9, 1, 1, 0x80000001, 9, 2}, 2, 1},
-           Case{{1, 0xb0000000, 9, 1, 1, 0xa0000000, 9, 2}, 2, 2},
-           Case{{0, 2, 9, 1, 5, 9, 42, 2, 3, 9, 43, 44}, 3, 42},
-           Case{{0, 7, 9}, 1, std::nullopt},
-           Case{{1, 5, 9, 42}, 0, std::nullopt},
-           Case{{1, 5, 9, 42}, -1, std::nullopt},
-           Case{{1, 5, 9, 42, 1, 6, 9}, 2, 42},
-           Case{{0xffffffff, 6, 9}, 1, std::nullopt},
-       }) {
-    EXPECT_EQ(chooseHit(c.words, c.hits), c.chosen) << c.words.size() << ' ' << c.hits;
-  }
+  for (const auto& [words, hits, chosen] : cases)
+    EXPECT_EQ(chooseHit(words, hits), chosen) << testing::PrintToString(words);
 }
 
 class Recorder final : public VertexCallback {
@@ -73,29 +67,22 @@ TEST_F(PickTest, findsTheVertexUnderThePointerAndNothingBesideItAndMovesNothing)
   }
 }
 
-TEST_F(PickTest, labelsHiddenAndShapelessVerticesAndEdgesGiveNoHit) {
-  scene.hidden(0.0F, 0.0F, 0.0F)->style.set_label("hidden");
-  Scene::Vertex* shapeless = scene.vertex(0.0F, 0.0F, 0.0F);
+TEST_F(PickTest, ofSeveralTheNearestSolidIsFoundAndOfTooManyNone) {
+  scene.hidden(0.0F, 0.0F, 0.5F)->style.set_label("hidden");
+  Scene::Vertex* shapeless = scene.vertex(0.0F, 0.0F, 0.5F);
   shapeless->style.set_shape(Shape::none);
   shapeless->style.set_label("shapeless");
   EXPECT_EQ(pick(0.0F, 0.0F), Vertices());
 
-  Scene::Vertex* hub = scene.vertex(0.0F, 0.0F, 0.0F);
+  scene.vertex(0.0F, 0.0F, -1.0F);
+  Scene::Vertex* nearest = scene.vertex(0.0F, 0.0F, 0.0F);
   for (int i = 0; i < 40; ++i) {
     Scene::Vertex* leaf = scene.vertex(1.5F, 0.05F * static_cast<float>(i - 20), 0.0F);
-    Scene::Edge* e = i % 2 == 0 ? scene.edge(leaf, hub) : scene.edge(hub, leaf);
-    e->style.set_label("edge");
+    scene.edge(leaf, nearest)->style.set_label("edge");
   }
-  EXPECT_EQ(pick(0.0F, 0.0F), Vertices({hub}));
-}
-
-TEST_F(PickTest, ofTwoBehindOneAnotherTheNearerIsFoundAndOfTooManyNone) {
-  scene.vertex(0.0F, 0.0F, -1.0F);
-  Scene::Vertex* nearer = scene.vertex(0.0F, 0.0F, 0.0F);
-  scene.vertex(0.0F, 0.0F, -0.5F);
-  EXPECT_EQ(pick(0.0F, 0.0F), Vertices({nearer}));
-  for (int i = 0; i < 6; ++i) scene.vertex(0.0F, 0.0F, -2.0F - static_cast<float>(i));
-  EXPECT_EQ(pick(0.0F, 0.0F), Vertices()) << "nine names do not fit into the buffer";
+  EXPECT_EQ(pick(0.0F, 0.0F), Vertices({nearest})) << "edges do not fill the buffer";
+  for (int i = 0; i < 7; ++i) scene.vertex(0.0F, 0.0F, -2.0F - static_cast<float>(i));
+  EXPECT_EQ(pick(0.0F, 0.0F), Vertices()) << "nine names do not fit into it";
 }
 
 }  // namespace
