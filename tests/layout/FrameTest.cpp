@@ -20,16 +20,6 @@ TEST(TinyVector, isWrittenWithoutBlanksInTheStreamsFormat) {
 
 using Frame = DynamicFrame<double>;
 
-Frame randomFrame(std::mt19937& random) {
-  const auto entry = [&] { return double(random() % 2001) / 1000 - 1; };
-  Frame frame;
-  for (auto* matrix : {&frame.m0, &frame.m1, &frame.m2}) {
-    for (auto& row : *matrix) std::ranges::generate(row, entry);
-  }
-  for (auto* vector : {&frame.c0, &frame.c1, &frame.c2}) *vector = {entry(), entry(), entry()};
-  return frame;
-}
-
 /// Where the map has moved a point to at time t, to second order.
 Exact at(const Frame& frame, double t, const Exact& p) {
   Frame velocity, acceleration;
@@ -42,26 +32,29 @@ Exact at(const Frame& frame, double t, const Exact& p) {
 
 TEST(DynamicFrame, compositionHasTheDerivativesOfTheComposedMap) {
   std::mt19937 random = seeded(3);
-  for (int i = 0; i < 20; ++i) {
-    const Frame a = randomFrame(random);
-    const Frame b = randomFrame(random);
-    const Exact p(0.3, -0.7, 1.1);
-    // Third-order remainders are all that may differ.
-    for (const double t : {0.0, 0.001, -0.001}) EXPECT_LT(length(at(Frame(a, b), t, p) - at(b, t, at(a, t, p))), 1e-7);
+  Frame a, b;
+  for (Frame* frame : {&a, &b}) {
+    for (auto* matrix : {&frame->m0, &frame->m1, &frame->m2}) {
+      for (auto& row : *matrix) std::ranges::generate(row, [&] { return randomVector(random, 2)[0]; });
+    }
+    for (auto* vector : {&frame->c0, &frame->c1, &frame->c2}) *vector = exact(randomVector(random, 2));
   }
+  const Exact p(0.3, -0.7, 1.1);
+  // Third-order remainders are all that may differ.
+  for (const double t : {0.0, 0.001, -0.001}) EXPECT_LT(length(at(Frame(a, b), t, p) - at(b, t, at(a, t, p))), 1e-7);
 }
 
 TEST(SymmetricEigen, findsOrthonormalEigenvectorsInAscendingOrderAndPassesBadNumbersOn) {
   std::mt19937 random = seeded(5);
-  std::uniform_real_distribution<float> entry(-2, 2);
   for (int kind = 0; kind < 280; ++kind) {
     // Diagonal, singular and degenerate matrices among them, nothing but zeros, and two with numbers that are none.
-    const Vector u(entry(random), entry(random), entry(random));
+    const Vector u = randomVector(random, 4);
     float a[3][3];
     for (std::size_t i = 0; i < 3; ++i) {
+      const Vector entry = randomVector(random, 4);
       for (std::size_t j = i; j < 3; ++j) {
         const float unit = i == j ? 1.0F : 0.0F;
-        const float entries[] = {entry(random), unit * entry(random), u[i] * u[j], u[i] * u[j] + unit, 0, u[i], u[j]};
+        const float entries[] = {entry[j], unit * entry[j], u[i] * u[j], u[i] * u[j] + unit, 0, u[i], u[j]};
         a[i][j] = a[j][i] = entries[kind % 7];
       }
     }
@@ -77,17 +70,17 @@ TEST(SymmetricEigen, findsOrthonormalEigenvectorsInAscendingOrderAndPassesBadNum
       continue;
     }
     EXPECT_TRUE(std::is_sorted(d, d + 3));
-    for (int column = 0; column < 3; ++column) {
-      for (int row = 0; row < 3; ++row) {
-        float product = 0;
-        float inner = 0;
-        for (int k = 0; k < 3; ++k) {
-          product += a[row][k] * v[k][column];
-          inner += v[k][row] * v[k][column];
-        }
-        EXPECT_NEAR(product, d[column] * v[row][column], 4e-5F);
-        EXPECT_NEAR(inner, row == column ? 1.0F : 0.0F, 2e-5F);
+    for (int i = 0; i < 9; ++i) {
+      const int row = i / 3;
+      const int column = i % 3;
+      float product = 0;
+      float inner = 0;
+      for (int k = 0; k < 3; ++k) {
+        product += a[row][k] * v[k][column];
+        inner += v[k][row] * v[k][column];
       }
+      EXPECT_NEAR(product, d[column] * v[row][column], 4e-5F);
+      EXPECT_NEAR(inner, row == column ? 1.0F : 0.0F, 2e-5F);
     }
   }
 }

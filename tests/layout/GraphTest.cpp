@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <numeric>
 #include <tuple>
 #include <utility>
 #include <vector>
@@ -76,7 +77,6 @@ TEST(Graph, clearPutsBackWhatTheSimulationChangedAndKeepsWhatAPersonSet) {
                       l.covariance[0][1], l.startStateValid);
   };
   EXPECT_EQ(simulated(layout), simulated(TestLayout()));
-
   auto* edge = layout.newEdge(layout.newVertex(), layout.newVertex());
   EXPECT_EQ(edge->source->style.get_charge(), 1.0) << "what was set before is out of sight";
   EXPECT_EQ(edge->source->style.version, layout.defaultVertexStyle.version);
@@ -163,59 +163,51 @@ TEST(Knots, followTheCountInAnInvisibleChainOfAtMostTen) {
 }
 
 TEST(Jostle, kicksAlongAPlaneWaveAndKeepsTheMomentum) {
-  std::mt19937 random = seeded(29);
+  constexpr float frequency = 0.5F;
+  constexpr float distance = 2.0F;
+  const Exact old(1, -2, 3);
   TestLayout layout;
-  // One in the middle, then pairs in opposite places.
-  std::vector<Layout::Vertex*> vertices = {layout.add({0, 0, 0})};
-  for (int i = 0; i < 250; ++i) {
-    const Vector place = randomVector(random, 20);
-    vertices.push_back(layout.add(place));
-    vertices.push_back(layout.add(-1.0F * place));
-  }
-  const std::size_t n = vertices.size();
-  std::vector<Exact> places, kicks;
-  for (auto* vertex : vertices) {
-    vertex->velocity = randomVector(random, 1);
-    places.push_back(exact(vertex->position));
-    kicks.push_back(-1.0 * exact(vertex->velocity));
+  std::vector<Layout::Vertex*> rows[3];
+  for (int i = 0; i < 120; ++i) {
+    Vector place;
+    place[i % 3] = distance * static_cast<float>(i / 3);
+    rows[i % 3].push_back(layout.add(place));
+    rows[i % 3].back()->velocity = {1, -2, 3};
   }
   layout.startStateValid = true;
-  layout.jostle(0.5F);
+  layout.jostle(frequency);
   EXPECT_FALSE(layout.startStateValid);
+  const auto kick = [&](const Layout::Vertex* vertex) { return exact(vertex->velocity) - old; };
   Exact sum;
   Exact direction;
-  for (std::size_t i = 0; i < n; ++i) {
-    EXPECT_EQ(exact(vertices[i]->position), places[i]);
-    kicks[i] += exact(vertices[i]->velocity);
-    sum += kicks[i];
-    if (length(kicks[i]) > length(direction)) direction = kicks[i];
+  for (const auto* vertex : layout.vertices) {
+    sum += kick(vertex);
+    if (length(kick(vertex)) > length(direction)) direction = kick(vertex);
   }
   EXPECT_LT(length(sum), 1e-3);
   direction *= 1.0 / length(direction);
 
-  // Less their mean the kicks are a wave of amplitude 1/3, a cos(angle) + b sin(angle): the middle and two pairs tell a, b
-  // and the mean.
-  const auto angle = [&](std::size_t i) { return 0.5 * dot(places[i], direction); };
-  std::vector<double> wave;
-  for (const Exact& kick : kicks) {
-    wave.push_back(dot(kick, direction));
-    EXPECT_LT(length(kick - wave.back() * direction), 1e-5) << "all along one line";
-  }
-  std::size_t best = 1;
-  for (std::size_t i = 1; i < n; i += 2) best = std::cos(angle(i)) < std::cos(angle(best)) ? i : best;
-  std::size_t steep = 1;
-  for (std::size_t i = 1; i < n; i += 2) steep = std::sin(angle(i)) > std::sin(angle(steep)) ? i : steep;
-  const double a = ((wave[best] + wave[best + 1]) / 2 - wave[0]) / (std::cos(angle(best)) - 1);
-  const double b = (wave[steep] - wave[steep + 1]) / 2 / std::sin(angle(steep));
-  EXPECT_NEAR(std::hypot(a, b), 1.0 / 3, 1e-4);
-  for (std::size_t i = 0; i < n; ++i) {
-    EXPECT_NEAR(wave[i], wave[0] + a * (std::cos(angle(i)) - 1) + b * std::sin(angle(i)), 1e-4);
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    std::vector<double> wave;
+    for (const auto* vertex : rows[axis]) {
+      EXPECT_EQ(vertex->position[axis], distance * static_cast<float>(wave.size()));
+      wave.push_back(dot(kick(vertex), direction));
+      EXPECT_LT(length(kick(vertex) - wave.back() * direction), 1e-5) << "all along one line";
+    }
+    // From each to the next a wave of amplitude 1/3 rises by d = 2/3 sin(turn/2) sin(...), whatever is taken off all of it; and
+    // of each three such sines, d1^2 - d0 d2 is the square of their amplitude times sin(turn).
+    std::adjacent_difference(wave.begin(), wave.end(), wave.begin());
+    const double turn = frequency * distance * direction[axis];
+    const double expected = std::pow(2.0 / 3.0 * std::sin(turn / 2) * std::sin(turn), 2);
+    for (std::size_t i = 2; i + 1 < wave.size(); ++i) {
+      EXPECT_NEAR(wave[i] * wave[i] - wave[i - 1] * wave[i + 1], expected, 1e-5);
+    }
   }
 
   // One without a place is left alone, and leaves the others alone.
-  vertices[0]->position = {NAN, 0.0F, 0.0F};
-  layout.jostle(0.5F);
-  for (const auto* vertex : vertices) EXPECT_TRUE(isFinite(vertex->velocity));
+  rows[0][0]->position = {NAN, 0.0F, 0.0F};
+  layout.jostle(frequency);
+  for (const auto* vertex : layout.vertices) EXPECT_TRUE(isFinite(vertex->velocity));
   layout.clear();
   layout.jostle(1.0F);
 }
