@@ -82,8 +82,8 @@ SOUND = [       # file, text, {vertex: some of its attributes}, [(first, second,
      {"1": {"label": "same name"}, "2": {"label": "same name"}, "3": {"label": "c"}},
      [("1", "2", {"weight": 2.5}), ("2", "3", {"arrow": False})], True),
     ("nameless.net", "*Vertices 3\n*Edges\n1 3\n*Arcs\n", {"1": {"label": None}, "2": {}, "3": {}}, [("1", "3", {})], True),
-    ("matrix.net", '*Vertices 2\n1 a\n2 b\n*Matrix\n0 1\n0 0\n',
-     {"1": {"label": "a"}, "2": {}}, [("1", "2", {"weight": 1})], True),
+    ("matrix.net", '*Vertices 3\n2 "b\u2028c"\n*Matrix\n0 1 0\n0 0 0\n1 0 0\n',
+     {"1": {"label": None}, "2": {"label": "b\u2028c"}, "3": {}}, [("1", "2", {"weight": 1}), ("3", "1", {"weight": 1})], True),
     ("a.dot", 'strict digraph "x y" { node [shape=box, fillcolor="#ff0000"]; /* no */\n'
               'subgraph c { label=x; a -> b -> {c; d} [color=blue]; }\n'
               '# a line\n e:port:n -> a; f [label=<<b>x</b> &>]; edge [style=dashed]; "g h" -> f [dir=none penwidth=3] }',
@@ -102,13 +102,13 @@ SOUND = [       # file, text, {vertex: some of its attributes}, [(first, second,
      {"a": {"color": None}, "b": {"color": None}, "c": {"color": "red"}, "d": {"color": "lime"}},
      [("a", "b", {"stroke": None}), ("a", "c", {"stroke": "dotted"})], True),
     ("latin.gv", 'graph { charset=latin1; "é" [label="ö"] }'.encode("latin1"), {"é": {"label": "ö"}}, [], False),
-    ("a.json", '{"directed": true, "graph": {}, "nodes": [{"id": "a", "color": "red"}, {"id": [1, 2]}], '
-               '"links": [{"source": "a", "target": [1, 2], "km": 7}]}',
-     {"a": {"color": "red"}, (1, 2): {}}, [("a", (1, 2), {"km": 7})], True),
+    ("a.json", '{"directed": true, "graph": {}, "nodes": [{"id": "a", "color": "red"}, {"id": [1, [2]]}], '
+               '"links": [{"source": "a", "target": [1, [2]], "key": [3], "km": 7}]}',
+     {"a": {"color": "red"}, (1, (2,)): {}}, [("a", (1, (2,)), {"km": 7})], True),
     ("by_place.json", '{"nodes": [{"name": "x"}, {"name": "y"}], "edges": [{"source": 1, "target": 0}]}',
      {0: {"name": "x"}, 1: {"name": "y"}}, [(0, 1, {})], False),
-    ("a.csv", 'km,From,to\n1400,rome,paris\n6900,"new\nyork",rome\n,alone,\n\n',
-     {"rome": {}, "paris": {}, "new\nyork": {}, "alone": {}},
+    ("a.csv", 'km,From,to\n1400,rome,paris\n6900,"new\nyork",rome\n,a\u2028l\x85o\vne,\n\n',
+     {"rome": {}, "paris": {}, "new\nyork": {}, "a\u2028l\x85o\vne": {}},
      [("rome", "paris", {"km": 1400}), ("new\nyork", "rome", {"km": 6900})], True),
     ("a.tsv", 'person\tfriend\tsince\nann\tbob\t1_9\n', {"ann": {}, "bob": {}}, [("ann", "bob", {"since": "1_9"})], True),
     ("a.edges", '# seen\na b 3\nb c hello world\nc d color=red width=2 # no\nlonely\n"x \\"y" a label="two words"\na color=blue\n'
@@ -143,6 +143,8 @@ BAD = [         # file, text, what is said behind the file's name
     ("short.graphml", GRAPHML.format('<node id="a"/>')[:-20], ":5: ends too early"),
     ("other.graphml", "<html/>", ":1: file not successfully read as graphml"),
     ("latin.graphml", b'<?xml version="1.0"?>\n<a>\xff</a>', ":2: not well-formed (invalid token)"),
+    ("wide.graphml", '<?xml version="1.0" encoding="shift_jis"?>\n<a/>', ":1: multi-byte encodings are not supported"),
+    ("unknown.gexf", '<?xml version="1.0" encoding="klingon"?>\n<a/>', ":1: unknown encoding: klingon"),
     ("bomb.graphml", '<?xml version="1.0"?>\n<!DOCTYPE x [<!ENTITY a0 "ha">' + "".join(
         f'<!ENTITY a{n} "{f"&a{n - 1};" * 10}">' for n in range(1, 12)) + ']>\n' + GRAPHML.format('<node id="&a11;"/>'),
      ":2: has a document type, which is not read"),
@@ -151,13 +153,13 @@ BAD = [         # file, text, what is said behind the file's name
      ":5: invalid literal for int() with base 10: 'q'"),
     ("two.gexf", GEXF.format("", "").replace("</gexf>", "<graph/></gexf>"), ":9: a second <graph>, where GEXF has one"),
     ("token.gml", 'graph [\n node [ id 1 ]\n node [ id 2 ?? ]\n]\n', ":3: cannot tokenize ?? ]"),
-    ("stranger.gml", 'graph [\n node [ id 1 label "node [" ]\n edge [ source 1\n target 3 ]\n]\n',
+    ("stranger.gml", 'graph [\r node [ id 1 label "node [\v\u2028" ]\r edge [ source 1\r target 3 ]\r]\r',
      ":3: edge #0 has undefined target 3"),
     ("twice.gml", 'graph [\n node [ id 1 label "a" ]\n node [ id 1 label "b" ]\n]\n', ":3: node id 1 is duplicated"),
     ("two.gml", '# graph [\ngraph [\n comment "graph [" ]\ngraph [\n]\n', ":4: input contains more than one graph"),
     ("deep.gml", "graph [\n" + "a [ " * 5000 + "] " * 5000 + "\n]", ": nested too deeply"),
     ("stranger.net", "*Vertices 1\n1 a\n*Edges\n1 7\n", ":4: there is no vertex 7"),
-    ("short.net", "*Vertices 3\n1 a\n2 b\n*Edges\n", ":4: has 2 of 3 vertices before *Edges"),
+    ("short.net", '*Vertices 3\r1 "a\x85"\r4 b\r*Edges\r', ":4: has 2 of 3 vertices before *Edges"),
     ("huge.net", "*Vertices 999999999\n", ":2: more than 1000000 vertices without a name"),
     ("quote.net", '*Vertices 2\n1 "a\n2 b\n', ":2: no closing quotation"),
     ("lists.net", "*Vertices 1\n1 a\n*Arcslist\n1 1\n", ":3: *Arcslist is not read"),
@@ -184,15 +186,16 @@ BAD = [         # file, text, what is said behind the file's name
      ':3: an edge is an object in braces with "source" and "target"'),
     ("id.json", '{"nodes": [{"id": 1},\n{"id": [{}]}], "links": []}', ":2: a node's id is a text or a number"),
     ("deep.json", "[" * 100000, ": nested too deeply"),
+    ("deep_id.json", f'{{"nodes": [{{"id": {"[" * 700 + "]" * 700}}}], "links": []}}', ": nested too deeply"),
     ("list.json", "[1, 2]", ': has no list of "nodes"'),
-    ("columns.csv", "source,target,w\na,b,1\nb,c\n", ":3: 2 columns, where the first line has 3"),
+    ("columns.csv", "source,target,w\ra\u2028a,b,1\rb,c\r", ":3: 2 columns, where the first line has 3"),
     ("quote.csv", 'source,target\na,b\n"c,d\n', ":3: unexpected end of data"),
     ("ends.csv", "source,target,w\na,b,1\n,,3\n", ":3: neither source nor target"),
     ("quote.edges", 'a b\nc "d e\n', ":2: a quote is not closed"),
     ("order.edges", "a b\n\na color=red b\n", ":3: names stand before attributes"),
     ("code.edges", 'a b {"w": 1}\na c {__import__("os")}\n', ':2: {__import__("os")} are no attributes'),
     ("long.edges", "a b\na " + "x" * 100000 + "\n", ":2: longer than 65536 characters"),
-    ("latin.edges", b"a b\nc \xff\n", ":2: not UTF-8"),
+    ("latin.edges", b"a b\rc \xff\r", ":2: not UTF-8"),
     ("absent.gml", None, ": No such file or directory"),
 ]
 
@@ -243,14 +246,14 @@ def test_what_is_loaded_is_in_the_window(display, window, load, tmp_path):
 @pytest.mark.parametrize("arguments, status, complaint", [
     ([], 2, "required: FILE"), (["graph.xyz"], 2, "cannot tell the format"), (["{}", "--format", "png"], 2, "invalid choice"),
     (["{}", "--col", "x"], 2, "unrecognized"), (["{}", "--port", "70000"], 2, "no such port"),
-    (["{}", "--color", "nope"], 2, "a.edges: no vertex has an attribute 'nope'; there are kind"),
+    (["{}", "--color", "nope"], 2, "a.edges: no vertex has an attribute 'nope'; there are id, kind, degree\n"),
     (["{}", "--timeout", "inf"], 2, "a number of seconds above 0"), (["{}", "--timeout", "0"], 2, "a number of seconds above 0"),
     (["{}", "--follow"], 2, "from standard input"), (["-", "--follow", "--size", "x"], 2, "do not go together"),
     (["{}", "--port", "1"], 3, "tessarel-load: no Tessarel server at 127.0.0.1:1; start one with"),
 ])
 def test_wrong_usage_is_told_and_shows_nothing(window, load, tmp_path, arguments, status, complaint):
     file = tmp_path / "a.edges"
-    file.write_text("a kind=big\nb\na b\n", encoding="ascii")
+    file.write_text("a kind=big id=7\nb\na b\n", encoding="ascii")
     done, output, errors = load(*[argument.format(file) for argument in arguments])
     assert (done, output) == (status, "") and complaint in errors and not window.ever["vertex"]
 

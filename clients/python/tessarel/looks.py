@@ -173,7 +173,7 @@ def _finder(G: Any, source: Source, items: list[tuple[Any, Mapping[Any, Any]]], 
     if items and not any(name in data for _, data in items):
         there = sorted({str(key) for _, data in items for key in data}) + ["degree", "id"] * of_vertices
         raise BadValue(f"no {'vertex' if of_vertices else 'edge'} has an attribute {name!r}; "
-                       f"there are {', '.join(there) or 'none'}")
+                       f"there are {', '.join(dict.fromkeys(there)) or 'none'}")
     return lambda item, data: data.get(name)
 
 

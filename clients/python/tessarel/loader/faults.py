@@ -26,7 +26,7 @@ def told(error: BaseException) -> str:
         return "nested too deeply"
     if isinstance(error, KeyError) and error.args:
         return f"{error.args[0]!r} is not known"
-    text = next((line.strip() for line in str(error).splitlines() if line.strip()), "")
+    text = next((line.strip() for line in str(error).split("\n") if line.strip()), "")
     if text.startswith("No active exception"):
         text = ""
     return text or f"cannot be read ({type(error).__name__})"

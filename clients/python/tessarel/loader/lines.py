@@ -2,6 +2,7 @@
 from __future__ import annotations
 
 import csv
+import io
 import re
 from typing import Any, Iterable, Mapping, NamedTuple
 
@@ -141,7 +142,7 @@ def table(text: str) -> Any:
     from and to, or in the first two; the other columns are attributes. A row with one end alone is a vertex."""
     header = text.partition("\n")[0]
     delimiter = max(",;\t", key=header.count)
-    reader = csv.reader(text.splitlines(keepends=True), delimiter=delimiter, strict=True)
+    reader = csv.reader(io.StringIO(text), delimiter=delimiter, strict=True)
     G = nx.MultiDiGraph()
     try:
         columns = [name.strip() for name in next(reader, [])]

@@ -143,6 +143,8 @@ def _examine(data: bytes) -> None:
     except expat.ExpatError as error:
         early = error.code == expat.errors.codes[expat.errors.XML_ERROR_NO_ELEMENTS]
         raise BadLine("ends too early" if early else expat.errors.messages[error.code], error.lineno) from None
+    except (LookupError, ValueError) as error:          # of the encoding that the first line names
+        raise BadLine(told(error), 1) from None
     for line, *ends in edges:
         for each in ends:
             if each not in vertices:

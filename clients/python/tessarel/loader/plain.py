@@ -31,7 +31,7 @@ def gml(text: str) -> Any:
 
 def _gml(text: str) -> Any:
     """Vertices have their labels as names if each has one and no two have the same."""
-    lines = text.splitlines()
+    lines = text.split("\n")
     try:
         G = nx.parse_gml(lines, label="label")
         nx.set_node_attributes(G, {name: name for name in G}, "label")
@@ -76,14 +76,14 @@ class _Pajek:
         self.labels: dict[str, str] = {}
         names: set[str] = set()
         section, count, left = "", 0, 0
-        for number, line in enumerate(text.splitlines(), 1):
+        for number, line in enumerate(text.split("\n"), 1):
             words = line.split()
             if not words or words[0].startswith("%"):
                 continue
             if words[0].startswith("*"):
                 section = words[0].lower()
                 if left:
-                    self._without_names(count, left, names, number, f" before {words[0]}")
+                    self._without_lines(count, left, names, number, f" before {words[0]}")
                     left = 0
                 if section not in ("*network", "*vertices", "*edges", "*arcs", "*matrix"):
                     raise BadLine(f"{words[0]} is not read", number)
@@ -121,17 +121,19 @@ class _Pajek:
             else:
                 raise BadLine("stands before any part of the file", number)
         if left:
-            self._without_names(count, left, names, text.count("\n") + 1)
+            self._without_lines(count, left, names, number)
 
-    def _without_names(self, count: int, left: int, names: set[str], number: int, where: str = "") -> None:
-        """What a part of vertices is that has ended early: one without any, in which their numbers are all there is."""
-        if left < count:
-            raise BadLine(f"has {count - left} of {count} vertices{where}", number)
-        if count > MOST_UNNAMED:
+    def _without_lines(self, count: int, left: int, names: set[str], number: int, where: str = "") -> None:
+        """The vertices that a part of them leaves out: their numbers are all there is. The part comes in the order of the
+        numbers, which a matrix goes by."""
+        if left > MOST_UNNAMED:
             raise BadLine(f"more than {MOST_UNNAMED} vertices without a name", number)
-        for name in map(str, range(1, count + 1)):
-            names.add(name)
-            self.head.append(f"{name} {name}")
+        missing = [name for name in map(str, range(1, count + 1)) if name not in names]
+        if len(missing) != left:        # a line has a number that the part does not go up to
+            raise BadLine(f"has {count - left} of {count} vertices{where}", number)
+        names.update(missing)
+        self.head += [f"{name} {name}" for name in missing]
+        self.head[-count:] = sorted(self.head[-count:], key=lambda line: int(line.split()[0]))
 
     @staticmethod
     def _words(number: int, line: str, wanted: str) -> list[str]:
@@ -171,16 +173,19 @@ def node_link(text: str) -> Any:
     lists = [name for name in ("links", "edges") if isinstance(data.get(name), list)]
     if not lists:
         raise BadLine('has no list of "links" or "edges"')
-    _check(text, data, lists[0])
     # Newer releases call the parameter otherwise.
     parameter = "link" if "link" in inspect.signature(nx.node_link_graph).parameters else "edges"
     try:
+        _check(text, data, lists[0])
         return nx.node_link_graph(data, **{parameter: lists[0]})
+    except BadLine:
+        raise
     except Exception as error:
         raise BadLine(told(error)) from None
 
 
 def _check(text: str, data: dict[str, Any], links: str) -> None:
+    """Besides, makes the lists in what edges name the tuples that vertices are called by, however deep."""
     def name(value: Any) -> Any:
         return tuple(map(name, value)) if isinstance(value, list) else value
 
@@ -208,6 +213,7 @@ def _check(text: str, data: dict[str, Any], links: str) -> None:
                 raise bad(links, index, f"there is no node {end!r}")
         if "key" in item and not plain(item["key"]):
             raise bad(links, index, "an edge's key is a text or a number")
+        item.update((word, name(item[word])) for word in ("source", "target", "key") if word in item)
 
 
 def _line_in_json(text: str, where: str, index: int) -> int | None:

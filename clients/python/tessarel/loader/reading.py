@@ -1,6 +1,7 @@
 """A file, or standard input, as a graph of networkx. It is read to its end before anything is made of it."""
 from __future__ import annotations
 
+import re
 import warnings
 from typing import Any, Callable, Mapping
 
@@ -15,12 +16,14 @@ FromText = Callable[[str], Any]
 
 
 def _text(read: FromText, encoding: Callable[[bytes], str] = lambda _: "utf-8-sig") -> Callable[[bytes], Any]:
+    """Lines end with "\\n" for the reader, and with nothing else that Unicode takes for an end."""
     def from_bytes(data: bytes) -> Any:
         name = encoding(data)
         try:
-            text = data.decode(name)
+            text = re.sub(r"\r\n?", "\n", data.decode(name))
         except UnicodeDecodeError as error:
-            raise BadLine(f"not {name.upper().removesuffix('-SIG')}", data.count(b"\n", 0, error.start) + 1) from None
+            line = len(re.findall(rb"\r\n?|\n", data[:error.start])) + 1
+            raise BadLine(f"not {name.upper().removesuffix('-SIG')}", line) from None
         except (LookupError, UnicodeError):
             raise BadLine(f"no encoding {name!r} is known") from None
         return read(text)
