@@ -11,7 +11,7 @@ import time
 import tessarel
 
 parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-parser.add_argument("file", type=argparse.FileType(encoding="utf-8"))
+parser.add_argument("file", type=argparse.FileType(encoding="utf-8", errors="replace"))
 parser.add_argument("--seconds", type=float, default=10, help="how long the drawing takes (default: 10)")
 options = parser.parse_args()
 
@@ -28,9 +28,9 @@ with tessarel.script() as graph:
         for word in words[:2]:
             if word not in vertices:
                 red = degree[word] / most
-                vertices[word] = graph.new_vertex(label=word, color=(red, 0.5, 1 - red))
+                vertices[word] = graph.new_vertex(label=tessarel.text_of(word), color=(red, 0.5, 1 - red))
         if len(words) > 1 and words[0] != words[1]:         # an edge needs two different ends
-            label = {"label": " ".join(words[2:])} if len(words) > 2 else {}
+            label = {"label": tessarel.text_of(" ".join(words[2:]))} if len(words) > 2 else {}
             graph.new_edge(vertices[words[0]], vertices[words[1]], **label)
         time.sleep(options.seconds / len(lines))
     print(f"{len(vertices)} vertices, {len(lines)} lines")

@@ -53,7 +53,7 @@ with tessarel.script() as graph:
                 if folder:
                     graph.new_edge(vertices[folder], vertices[path])
                 time.sleep(0.01)                            # so that one sees it grow
-            name = os.path.basename(path) if size < 0 or shown else ""
+            name = tessarel.text_of(os.path.basename(path)) if size < 0 or shown else ""
             vertices[path].set(label=name, size=0.7 if size < 0 else 0.5 + max(size, 1) ** 0.25 / 8)
         shown = now
         time.sleep(0.5)

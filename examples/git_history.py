@@ -46,8 +46,8 @@ with tessarel.script() as graph:
         with graph.batch():
             while touched:
                 touched.pop().remove()
-            place("", folders).label = subject
-            authors[author] = authors.get(author) or graph.new_vertex(style=people, label=author)
+            place("", folders).label = tessarel.text_of(subject)
+            authors[author] = authors.get(author) or graph.new_vertex(style=people, label=tessarel.text_of(author))
             for status, _, path in (change.partition("\t") for change in filter(None, changes)):
                 vertex = place(path, kinds[os.path.splitext(path)[1]])
                 if status != "D" and len(touched) < 15:     # more would pull all together

@@ -45,12 +45,12 @@ with tessarel.script() as graph:
         print(f"{files[vertex.id - 1]}: {len(reached) - 1} more files are compiled anew when it changes", flush=True)
         with graph.batch():
             for path in files:
-                vertices[path].set(label=path.name if path in reached else "",
+                vertices[path].set(label=tessarel.text_of(path.name) if path in reached else "",
                                    color="#FFFFFF" if path in reached else colours[path])
 
     for number, path in enumerate(files, 1):
-        vertices[path] = graph.new_vertex(number, label=path.name if len(users[path]) >= 8 else "", color=colours[path],
-                                          shape="sphere" if path.suffix.startswith(".h") else "cube",
+        vertices[path] = graph.new_vertex(number, label=tessarel.text_of(path.name) if len(users[path]) >= 8 else "",
+                                          color=colours[path], shape="sphere" if path.suffix.startswith(".h") else "cube",
                                           size=1.2 + 0.5 * len(users[path]) ** 0.5)
     for path in files:
         for other in needs[path]:

@@ -32,7 +32,7 @@ def read():
     here, listening = {host for host, *_ in sockets}, {port for _, port, _, _, state, _ in sockets if state == "0A"}
     for _, port, host, other, state, owner in sockets:
         with contextlib.suppress(OSError, AttributeError):  # the process has ended, or is not ours to look at
-            process = "process", owner.name, (owner / "comm").read_text().strip()
+            process = "process", owner.name, tessarel.text_of((owner / "comm").read_text(errors="replace"))
             if state == "0A":
                 yield process, ("port", port, f"port {port}")
             elif state == "01" and port in listening and host not in here:

@@ -14,7 +14,8 @@ import tessarel
 COLOURS = {"libs": "#4C8BD8", "libdevel": "#B07CD8", "devel": "#E8A33D", "python": "#F0DC50", "java": "#E06050",
            "perl": "#60C8C8", "utils": "#70C070", "admin": "#D05890", "x11": "#90E0A0", "other": "#A0A0A0"}
 parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-parser.add_argument("status_file", nargs="?", default="/var/lib/dpkg/status", type=argparse.FileType(encoding="utf-8"))
+parser.add_argument("status_file", nargs="?", default="/var/lib/dpkg/status",
+                    type=argparse.FileType(encoding="utf-8", errors="replace"))
 parser.add_argument("--seconds", type=float, default=20, help="how long the drawing takes (default: 20)")
 options = parser.parse_args()
 

@@ -21,7 +21,7 @@ def read():
             fields = rest.split()
             if "2" not in (process, fields[1]):
                 used = (int(fields[11]) + int(fields[12])) / os.sysconf("SC_CLK_TCK")
-                processes[int(process)] = name, int(fields[1]), used
+                processes[int(process)] = tessarel.text_of(name), int(fields[1]), used
     return processes
 
 

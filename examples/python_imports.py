@@ -18,12 +18,15 @@ PACKAGE = sys.argv[1] if len(sys.argv) > 1 else "asyncio"
 
 def imports(path, package):
     """Yields the full names of what a file imports, of "from a import b" both a and a.b."""
-    for node in ast.walk(ast.parse(path.read_bytes())):
-        if isinstance(node, ast.Import):
-            yield from (alias.name for alias in node.names)
-        elif isinstance(node, ast.ImportFrom):
-            base = importlib.util.resolve_name("." * node.level + (node.module or ""), package)
-            yield from (base, *(f"{base}.{alias.name}" for alias in node.names))
+    try:
+        for node in ast.walk(ast.parse(path.read_bytes())):
+            if isinstance(node, ast.Import):
+                yield from (alias.name for alias in node.names)
+            elif isinstance(node, ast.ImportFrom):
+                base = importlib.util.resolve_name("." * node.level + (node.module or ""), package)
+                yield from (base, *(f"{base}.{alias.name}" for alias in node.names))
+    except (SyntaxError, ValueError, ImportError) as error:
+        print(f"not all imports of {str(path)!r} are shown: {error}", flush=True)
 
 
 places = getattr(importlib.util.find_spec(PACKAGE), "submodule_search_locations", None) or sys.exit(f"no package {PACKAGE}")
@@ -40,18 +43,16 @@ with tessarel.script() as graph:
 
     @graph.default_vertex_style.on_double_click
     def light(vertex):
-        reached, waiting = set(), [vertex]
-        while waiting:
-            reached.add(user := waiting.pop())
-            waiting += [edge.second for edge in user.edges if edge.first is user and edge.second not in reached]
+        for user in (reached := [vertex]):                  # and whatever is added meanwhile
+            reached += [edge.second for edge in user.edges if edge.first is user and edge.second not in reached]
         with graph.batch():
             for edge in list(graph.edges.values()):
                 edge.style = lit if edge.first in reached else graph.default_edge_style
 
     for module, path in files.items():
         heat = min(1, sum(module in others for others in needs.values()) / len(needs) * 2) ** 0.5
-        vertices[module] = graph.new_vertex(label=module.removeprefix(PACKAGE + "."), size=0.8 + path.stat().st_size ** 0.5 / 160,
-                                            color=(0.3 + 0.7 * heat, 0.65 - 0.3 * heat, 1 - 0.8 * heat))
+        name, size = tessarel.text_of(module.removeprefix(PACKAGE + ".")), 0.8 + path.stat().st_size ** 0.5 / 160
+        vertices[module] = graph.new_vertex(label=name, size=size, color=(0.3 + 0.7 * heat, 0.65 - 0.3 * heat, 1 - 0.8 * heat))
     for user, other in [(user, other) for user in files for other in needs[user]]:
         graph.new_edge(vertices[user], vertices[other], strength=1 / len(needs[user]))
         time.sleep(0.03)

@@ -17,12 +17,13 @@ from typing import TYPE_CHECKING, Any
 from .attributes import Color, Shape, Stroke
 from .errors import BadValue, CallFailed, Error, LostConnection, NoServer, TimedOut
 from .graph import Edge, EdgeStyle, Graph, Vertex, VertexStyle, connect, script
+from .looks import text_of
 
 if TYPE_CHECKING:
     from .networkx import Shown
 
 __all__ = ["BadValue", "CallFailed", "Color", "Edge", "EdgeStyle", "Error", "Graph", "LostConnection", "NoServer", "Shape",
-           "Stroke", "TimedOut", "Vertex", "VertexStyle", "connect", "script", "show"]
+           "Stroke", "TimedOut", "Vertex", "VertexStyle", "connect", "script", "show", "text_of"]
 
 __version__ = "1.0.0"
 
