@@ -92,6 +92,30 @@ TEST(Step, agreesWithTheOthersWithAnyNumberOfWorkersAndWithManyFineSteps) {
   }
 }
 
+TEST_P(EveryStep, halvingItDividesTheErrorByItsOrder) {
+  // A damped spring without repulsion, which has an exact solution: the distance obeys d'' + f d' + 2 k d = 0.
+  const auto errorOfStep = [this](float h) {
+    TestLayout spring;
+    std::tie(spring.parallel, spring.use_runge_kutta) = GetParam();
+    auto* a = spring.add({1, 0, 0});
+    auto* b = spring.add({-1, 0, 0});
+    a->style.set_charge(0);
+    b->style.set_charge(0);
+    spring.join(a, b);
+    constexpr double duration = 48;
+    for (int i = 0; i < static_cast<int>(duration / h); ++i) spring.step(h);
+    const double decay = 0.125;
+    const double omega = std::sqrt(2 * 0.01 / (0.75 * 0.8 * 0.8) - decay * decay);
+    const double turn = omega * duration;
+    const double expected = 2 * std::exp(-decay * duration) * (std::cos(turn) + decay / omega * std::sin(turn));
+    return std::abs((a->position - b->position)[0] - expected);
+  };
+  const float h = rungeKutta ? 4.0F : 0.5F;
+  const double quotient = errorOfStep(h) / errorOfStep(h / 2);
+  EXPECT_GT(quotient, rungeKutta ? 11.0 : 1.7);
+  EXPECT_LT(quotient, rungeKutta ? 25.0 : 2.4);
+}
+
 TEST_P(EveryStep, cutsALargeForceAndShrinksUntilNoneIsLeft) {
   auto* vertex = layout.add({0, 0, 0});
   // From outside, so that the step has to take it into its start.
