@@ -1,5 +1,7 @@
 #include <GL/freeglut.h>
+#include <fcntl.h>
 #include <pthread.h>
+#include <unistd.h>
 
 #include <iostream>
 #include <string_view>
@@ -16,6 +18,14 @@ namespace {
 
 constexpr int serverPriority = 0;
 constexpr int mainPriority = 15;
+
+/// Fills what is closed of standard input, output and error, before the constructors of globals: else it would become a
+/// library's socket, and what the program tells would go there.
+__attribute__((constructor(101))) void openStandardDescriptors() {
+  int fd = open("/dev/null", O_RDWR);
+  while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
+  if (fd >= 0) close(fd);
+}
 
 /// Takes what is the program's own from the command line and leaves the rest to the window. Returns whether the program
 /// goes on.

@@ -1,5 +1,7 @@
 #include "animator/FrameDecisions.h"
 
+#include <algorithm>
+
 namespace quorel {
 
 namespace {
@@ -44,8 +46,9 @@ double filterDetail(double detail, double fps) {
 }
 
 int pacingMilliseconds(bool step, double frameMilliseconds) {
-  const double left = frameMillisecondsWithoutStep - frameMilliseconds;
-  return !step && left > 0.0 ? static_cast<int>(left) : 0;
+  // A clock that is set back makes a frame take less than no time.
+  const double left = std::clamp(frameMillisecondsWithoutStep - frameMilliseconds, 0.0, frameMillisecondsWithoutStep);
+  return step ? 0 : static_cast<int>(left);
 }
 
 }  // namespace quorel

@@ -2,8 +2,10 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstddef>
+#include <cstdio>
 #include <iostream>
 #include <mutex>
 
@@ -32,6 +34,22 @@ bool isLateControl(unsigned char first, unsigned char second) {
 
 bool continuesCharacter(char c) {
   return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
+}
+
+/// What a library has written to a stream of C, a line mostly. It is not ours to make printable.
+ssize_t passOn(void* stream, const char* text, std::size_t size) {
+  for (std::size_t begin = 0; begin < size; begin += longestLine) {
+    writeLines(*static_cast<std::ostream*>(stream), {text + begin, std::min(longestLine, size - begin)});
+  }
+  return static_cast<ssize_t>(size);
+}
+
+/// A stream of C that ends in one of C++. A thread that waited for a reader would hold the stream's lock, and so stop all
+/// others that write to it, and the end of the process.
+FILE* streamInto(std::ostream& stream) {
+  FILE* const made = fopencookie(&stream, "w", {.read = nullptr, .write = passOn, .seek = nullptr, .close = nullptr});
+  if (made != nullptr) setvbuf(made, nullptr, _IOLBF, longestLine);
+  return made;
 }
 
 }  // namespace
@@ -66,6 +84,8 @@ void writeWithoutWaiting() {
   auto* const errors = new LineBuffer(STDERR_FILENO);
   std::cerr.rdbuf(errors);
   std::clog.rdbuf(errors);
+  if (FILE* const made = streamInto(std::cout); made != nullptr) stdout = made;
+  if (FILE* const made = streamInto(std::cerr); made != nullptr) stderr = made;
 }
 
 }  // namespace quorel

@@ -10,8 +10,8 @@ namespace quorel {
 // Every line that the program writes goes through here: to `std::clog` a client's mistakes, to `std::cerr` what is wrong
 // otherwise, to `std::cout` what the program tells by itself.
 
-/// From now on none of these streams makes a thread wait for whoever reads it; see `LineBuffer`. Called once, before any
-/// other thread exists.
+/// From now on none of these streams, and none of C's under which libraries write, makes a thread wait for whoever reads
+/// it; see `LineBuffer`. Called once, before any other thread exists.
 void writeWithoutWaiting();
 
 /// The text as one line with its end. What would end the line early or steer a terminal becomes "?", since text may come

@@ -34,9 +34,7 @@ class DynamicFrame;
 /// Invariants: (1) while `startStateValid` holds and no step is in progress, `start` of every vertex is its state;
 ///             (2) `knots` has a chain for an edge only while the edge lives.
 /// Threading:  the object's own lock guards the graph and all fields. Every operation below takes it, so callers need
-///             not, and may. `friction`, `parallel`, `time_step` and `startStateValid` are written outside it by the
-///             main thread alone, which is also the one that steps. In a parallel step the workers run under the lock
-///             that the stepping thread holds for them.
+///             not, and may. In a parallel step the workers run under the lock that the stepping thread holds for them.
 /// Ownership:  owns vertices, edges, knot chains and the pool. `clear` deletes the graph; the destructor does not.
 /// Units:      lengths in layout units, of which an edge at rest is about 0.75 long; time steps in units of their own.
 template <class Schema>

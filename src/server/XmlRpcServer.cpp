@@ -16,6 +16,7 @@
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <iostream>
 #include <optional>
 #include <string_view>
@@ -73,15 +74,22 @@ constexpr int pauseMilliseconds = 20;
 /// it returns at once.
 constexpr unsigned int unreachedConnections = 1 << 16;
 
-/// Each connection takes three descriptors; the rest of the process has its share first. The limit itself is left as it
-/// is, since the client side of the library cannot handle descriptors above 1023.
-std::size_t mostConnections() {
-  constexpr rlim_t descriptorsOfOthers = 100;
-  constexpr rlim_t descriptorsOfConnection = 3;
+/// With less, silent connections could leave no descriptor to take another with.
+constexpr std::size_t leastRoom = 3;
+
+/// How many connections may be open at a time. Each takes three descriptors, of those that are free once the window is
+/// there; calls back and what a library may want have their share first. The limit itself is left as it is, since the
+/// client side of the library cannot handle descriptors above 1023.
+std::size_t roomForConnections() {
+  constexpr std::ptrdiff_t reserve = 32;
+  constexpr std::ptrdiff_t descriptorsOfConnection = 3;
+  constexpr std::ptrdiff_t most = 1000;
   rlimit descriptors = {};
   getrlimit(RLIMIT_NOFILE, &descriptors);
-  const rlim_t left = std::max(descriptors.rlim_cur, descriptorsOfOthers) - descriptorsOfOthers;
-  return std::clamp<rlim_t>(left / descriptorsOfConnection, 16, 1000);
+  const std::filesystem::directory_iterator open("/proc/self/fd");
+  const std::ptrdiff_t left = static_cast<std::ptrdiff_t>(descriptors.rlim_cur) - std::distance(begin(open), end(open));
+  const std::ptrdiff_t fitting = (left - std::min(reserve, left / 2)) / descriptorsOfConnection;
+  return static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(fitting, 0, most));
 }
 
 bool descriptorsAreFree() {
@@ -195,7 +203,11 @@ void atTheGate(void*, TSession* session, abyss_bool* handled) {
 }  // namespace
 
 XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint16_t port)
-    : connections(mostConnections(), mostLargeRequests) {
+    : room(roomForConnections()), connections(room, mostLargeRequests) {
+  if (room < leastRoom) {
+    xmlrpc_env_set_fault(env, XMLRPC_INTERNAL_ERROR, "Too few file descriptors to serve clients");
+    return;
+  }
   // The library writes to connections that the client may have closed.
   std::signal(SIGPIPE, SIG_IGN);
   xmlrpc_limit_set(XMLRPC_XML_SIZE_LIMIT_ID, longestRequestBytes);
@@ -266,10 +278,9 @@ void XmlRpcServer::serve() {
 }
 
 void XmlRpcServer::watch() {
-  const std::size_t many = mostConnections() / 2;
   while (!stopping) {
     const std::size_t count = connections.look(port(), patience);
-    sleepMilliseconds(count > many ? lookMillisecondsWhenMany : lookMilliseconds);
+    sleepMilliseconds(count > room / 2 ? lookMillisecondsWhenMany : lookMilliseconds);
   }
 }
 

@@ -39,6 +39,7 @@ private:
   /// Ends slow connections, until `stop`.
   void watch();
 
+  const std::size_t room;
   ConnectionTable connections;
   int listener = -1;
   TChanSwitch* chanSwitch = nullptr;

@@ -25,6 +25,7 @@ TEST(FrameDecisions, aGraphStepsUnlessItIsPausedEmptyOrSettledAndOnlyAFrameThatD
 
   EXPECT_EQ(pacingMilliseconds(false, 3.2), 16);
   EXPECT_EQ(pacingMilliseconds(false, 20.5), 0);
+  EXPECT_EQ(pacingMilliseconds(false, -3600e3), 20) << "the clock was set back";
   EXPECT_EQ(pacingMilliseconds(true, 3.2), 0);
 }
 

@@ -88,7 +88,7 @@ class Program:
         self.process = subprocess.Popen([BINARY, *arguments], env=environment, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, errors="replace",
                                         preexec_fn=limit_descriptors)
-        self.output = Lines(self.process.stdout)
+        self.output = Lines(self.process.stdout) if heard else None
         self.errors = Lines(self.process.stderr) if heard else None
         self.client = Client()
         if wait:
