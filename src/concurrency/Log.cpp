@@ -48,7 +48,7 @@ ssize_t passOn(void* stream, const char* text, std::size_t size) {
 /// others that write to it, and the end of the process.
 FILE* streamInto(std::ostream& stream) {
   FILE* const made = fopencookie(&stream, "w", {.read = nullptr, .write = passOn, .seek = nullptr, .close = nullptr});
-  if (made != nullptr) setvbuf(made, nullptr, _IOLBF, longestLine);
+  if (made != nullptr) setvbuf(made, nullptr, _IOLBF, 0);
   return made;
 }
 

@@ -20,6 +20,7 @@
 #include <iostream>
 #include <optional>
 #include <string_view>
+#include <system_error>
 #include <thread>
 
 #include "concurrency/Log.h"
@@ -77,17 +78,27 @@ constexpr unsigned int unreachedConnections = 1 << 16;
 /// With less, silent connections could leave no descriptor to take another with.
 constexpr std::size_t leastRoom = 3;
 
+std::ptrdiff_t openDescriptors() {
+  constexpr std::ptrdiff_t likely = 100;
+  std::error_code error;
+  std::ptrdiff_t count = 0;
+  for (std::filesystem::directory_iterator each("/proc/self/fd", error); !error && each != end(each); ++count) {
+    each.increment(error);
+  }
+  return error ? likely : count;
+}
+
 /// How many connections may be open at a time. Each takes three descriptors, of those that are free once the window is
-/// there; calls back and what a library may want have their share first. The limit itself is left as it is, since the
-/// client side of the library cannot handle descriptors above 1023.
+/// there. Some are kept for calls back, and for the connections of a burst before the next look: for want of descriptors
+/// the library would reset them. The limit itself is left as it is, since the client side of the library cannot handle
+/// descriptors above 1023.
 std::size_t roomForConnections() {
-  constexpr std::ptrdiff_t reserve = 32;
+  constexpr std::ptrdiff_t reserve = 100;
   constexpr std::ptrdiff_t descriptorsOfConnection = 3;
   constexpr std::ptrdiff_t most = 1000;
   rlimit descriptors = {};
   getrlimit(RLIMIT_NOFILE, &descriptors);
-  const std::filesystem::directory_iterator open("/proc/self/fd");
-  const std::ptrdiff_t left = static_cast<std::ptrdiff_t>(descriptors.rlim_cur) - std::distance(begin(open), end(open));
+  const std::ptrdiff_t left = static_cast<std::ptrdiff_t>(descriptors.rlim_cur) - openDescriptors();
   const std::ptrdiff_t fitting = (left - std::min(reserve, left / 2)) / descriptorsOfConnection;
   return static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(fitting, 0, most));
 }
