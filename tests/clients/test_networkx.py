@@ -136,24 +136,31 @@ def test_dictionaries_put_in_place_of_others_are_watched_too(window, live, kind)
     assert G.vertex(4).color == G.vertex(3).color == "#FF0000"
 
 
-def test_what_was_broken_off_or_taken_away_by_others_comes_with_the_next_change(window, live, monkeypatch):
-    G = live(LiveGraph)()
+@pytest.mark.parametrize("kind", [LiveGraph, LiveDiGraph])
+def test_what_was_broken_off_or_taken_away_by_others_comes_with_the_next_change(window, live, monkeypatch, kind):
+    G = live(kind)()
     made = iter(range(100))
 
     def interrupted(**look):
         if next(made) == 50:
             raise KeyboardInterrupt
         return type(window).new_vertex(window, **look)
-    with monkeypatch.context() as patch:
-        patch.setattr(window, "new_vertex", interrupted)
-        with pytest.raises(KeyboardInterrupt):
-            G.add_edges_from(nx.path_graph(100).edges)
-    G.add_edge(0, 99)
-    agree(window, [G])
-    Client().remove_vertex(G.vertex(5).id)
-    with pytest.raises(tessarel.CallFailed):
-        G.vertex(5).size = 3
-    G.add_edge(5, 50)
+
+    def lost(*_):
+        raise tessarel.LostConnection
+    for broken, name, error, edges in [(lost, "begin", tessarel.LostConnection, [(0, 1)]),
+                                       (interrupted, "new_vertex", KeyboardInterrupt, nx.path_graph(1000).edges)]:
+        with monkeypatch.context() as patch:
+            patch.setattr(window._link if name == "begin" else window, name, broken)
+            with pytest.raises(error):
+                G.add_edges_from(edges)
+        G.add_edge(0, 2)
+        agree(window, [G])
+    for node in list(G)[100:]:
+        Client().remove_vertex(G.vertex(node).id)
+        with pytest.raises(tessarel.CallFailed):
+            G.vertex(node).size = 3
+    G.add_edge(500, 50)
     agree(window, [G])
 
 

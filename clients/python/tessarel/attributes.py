@@ -1,6 +1,7 @@
 """The attributes of vertices and edges: what each is called, what it takes, and how that is written for the server."""
 from __future__ import annotations
 
+import math
 import numbers
 import operator
 import re
@@ -34,14 +35,14 @@ def _no(wanted: str, value: object) -> ValueError:
 
 
 def finite(value: object) -> float | None:
-    """The value as a number; None if it is none, or one that the layout could not bear."""
+    """The value as a number; None if it is none, or not finite."""
     if isinstance(value, bool) or not isinstance(value, numbers.Real):
         return None
     try:
         number = float(value)
     except OverflowError:
         return None
-    return number if abs(number) <= LARGEST else None
+    return number if math.isfinite(number) else None
 
 
 def integer(value: object) -> int | None:
@@ -57,7 +58,7 @@ def integer(value: object) -> int | None:
 def _number(wanted: str, fits: Callable[[float], bool]) -> Callable[[float], str]:
     def write(value: float) -> str:
         number = finite(value)
-        if number is None or not fits(number):
+        if number is None or number > LARGEST or not fits(number):
             raise _no(wanted, value)
         return repr(number)
     return write

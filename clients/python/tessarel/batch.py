@@ -1,7 +1,7 @@
 """Calls on their way to the server: packed, answered, and told what became of them."""
 from __future__ import annotations
 
-from typing import Protocol, Sequence
+from typing import Any, Iterable, Protocol, Sequence
 
 from .errors import CallFailed, Error, TimedOut
 from .link import Link, Request
@@ -21,6 +21,7 @@ WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 class Witness(Protocol):
     """Who can say more of a failure than -1, and is told of calls that may never have been made."""
 
+    def _found_there(self, items: Iterable[Any]) -> None: ...
     def _look_for_a_clear(self) -> None: ...
     def _is_cleared_away(self, call: Call) -> bool: ...
     def _why(self, call: Call, may_ask: bool) -> str: ...
@@ -52,6 +53,11 @@ class Batch:
         self._size = self._waits = 0
         self._under_way: tuple[Request, list[Call]] | None = None
 
+    def make_room(self) -> None:
+        """Sends what has been gathered if it is a pack. What then fails is not what comes next, which has not begun yet."""
+        if self._size > PACK_CHARACTERS or self._waits > PACK_WAITS:
+            self._send()
+
     def add(self, calls: Sequence[Call]) -> None:
         for call in calls:
             piece = written(call)
@@ -59,8 +65,6 @@ class Batch:
             self._pieces.append(piece)
             self._size += len(piece)
         self._waits += _waits(calls)
-        if self._size > PACK_CHARACTERS or self._waits > PACK_WAITS:
-            self._send()
 
     def flush(self) -> None:
         """Sends the rest, and waits for all answers."""
@@ -104,6 +108,7 @@ def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeat
     except Refusal as refusal:
         witness._broken_off(calls)
         raise Error(f"the server at {link.place} does not take a request: {refusal}") from refusal
+    witness._found_there(call.item for call, answer in zip(calls, answers) if answer == 0)
     # Calls without an item are the client's own affair.
     refused = [(number, call, answer) for number, (call, answer) in enumerate(zip(calls, answers))
                if answer != 0 and call.item is not None]

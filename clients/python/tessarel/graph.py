@@ -6,7 +6,7 @@ import itertools
 import random
 import threading
 from types import MappingProxyType, TracebackType
-from typing import Any, Callable, ClassVar, ItemsView, Iterator, Mapping, Sequence, TypeVar, Unpack, ValuesView
+from typing import Any, Callable, ClassVar, ItemsView, Iterable, Iterator, Mapping, Sequence, TypeVar, Unpack, ValuesView
 
 from .attributes import Attribute, EdgeAttributes, EdgeKeywords, VertexAttributes, VertexKeywords, attributes_of, integer
 from .batch import Batch, carry_out, request_for
@@ -378,6 +378,7 @@ class Graph:
         may have that id in use, and its vertex must not get the style and the attributes."""
         written = Vertex._written(attributes)
         style = self._default_vertex_style if style is None else self._check_style(style, VertexStyle)
+        self._make_room()
         with self._lock:
             vertex = Vertex(self, self._choose("vertex", id), style)
             self._made["vertex"][vertex.id] = vertex
@@ -395,6 +396,7 @@ class Graph:
                 raise BadValue(f"an edge wants two vertices of this graph, not {end!r}")
         if first.id == second.id:
             raise BadValue(f"an edge wants two different vertices, not {first!r} twice")
+        self._make_room()
         with self._lock:
             for end in (first, second):
                 if end.gone:
@@ -410,6 +412,7 @@ class Graph:
         vertex_styles."""
         written = VertexStyle._written(attributes)
         parent = self._default_vertex_style if parent is None else self._check_style(parent, VertexStyle)
+        self._make_room()
         with self._lock:
             self._check_name("vertex_style", name)
             style = VertexStyle(self, self._choose("vertex_style", id), parent, name)
@@ -423,6 +426,7 @@ class Graph:
         edge_styles."""
         written = EdgeStyle._written(attributes)
         parent = self._default_edge_style if parent is None else self._check_style(parent, EdgeStyle)
+        self._make_room()
         with self._lock:
             self._check_name("edge_style", name)
             style = EdgeStyle(self, self._choose("edge_style", id), parent, name)
@@ -433,6 +437,7 @@ class Graph:
     def clear(self) -> None:
         """Removes everything in the window: vertices, edges, styles, and what was set on the default styles; other clients'
         too."""
+        self._make_room()
         with self._lock:
             self._clears += 1
             for items in self._made.values():
@@ -481,8 +486,15 @@ class Graph:
     def _marking(self) -> Call:
         return Call("new_vertex_style_w_id", (self._mark, 0), None)
 
+    def _make_room(self) -> None:
+        """Comes before anything is begun that calls are made for: in a batch an earlier call may be told to have failed."""
+        batch: Batch | None = getattr(self._thread, "batch", None)
+        if batch is not None:
+            batch.make_room()
+
     def _do(self, calls: Sequence[Call]) -> None:
         """Makes the calls, or adds them to this thread's batch."""
+        self._make_room()
         for call in calls:
             if call.item is not None and call.item._gone and not call.method.startswith("remove"):
                 raise CallFailed(call.method, call.arguments, _gone(call.item))
@@ -520,6 +532,7 @@ class Graph:
 
     def _remove(self, item: Vertex | Edge) -> None:
         call = Call(f"remove_{item.kind}", (item.id,), item)
+        self._make_room()
         with self._lock:
             if item._gone:
                 raise CallFailed(call.method, call.arguments, _gone(item))
@@ -552,8 +565,15 @@ class Graph:
         mark = [Call("set_vertex_style_attribute", (self._mark, "visible", "true"), None)]
         with self._looking:
             if b"<i4>-1</i4>" in self._link.exchange(request_for(mark))[0]:
-                self._link.exchange(request_for([self._marking()]))
                 self._age += 1
+                self._link.exchange(request_for([self._marking()]))
+
+    def _found_there(self, items: Iterable[Item | None]) -> None:
+        """These were there at this age."""
+        if self._age:
+            for item in items:
+                if item is not None:
+                    item._age = self._age
 
     def _is_cleared_away(self, call: Call) -> bool:
         """Whether the item, or what it needs, is of an age before this one."""
@@ -586,7 +606,7 @@ class Graph:
         for each in suspects:
             if each.gone:
                 return _gone(each)
-        missing = self._missing(suspects) if may_ask else None
+        missing = self._missing(suspects) if may_ask or not suspects else None
         if missing is None:
             return ", or ".join([*(self._lost(each, call) for each in suspects), own])
         lost = missing[0] if missing else item
@@ -616,18 +636,20 @@ class Graph:
         It is asked to make something that it refuses if the vertex is there, or if the style is not. A vertex made so is removed
         at once; a style stays, for styles cannot be removed, and nothing has it.
         """
-        for each in suspects:
-            is_vertex = isinstance(each, Vertex)
-            arguments = (each.id,) if is_vertex else (self._choose(each.kind, None), each.id)
-            answer, repeated = self._link.exchange(request_for([Call(f"new_{each.kind}_w_id", arguments, None)]))
-            made = b"<i4>0</i4>" in answer
-            if repeated and not made:       # the first time may have made it
-                return None
-            if made == is_vertex:
-                if is_vertex:
-                    self._link.exchange(request_for([Call("remove_vertex", (each.id,), None)]))
-                return [each]
-        return []
+        with contextlib.suppress(Error):
+            for each in suspects:
+                is_vertex = isinstance(each, Vertex)
+                arguments = (each.id,) if is_vertex else (self._choose(each.kind, None), each.id)
+                answer, repeated = self._link.exchange(request_for([Call(f"new_{each.kind}_w_id", arguments, None)]), 1)
+                made = b"<i4>0</i4>" in answer
+                if repeated and not made:       # the first time may have made it
+                    return None
+                if made == is_vertex:
+                    if is_vertex:
+                        self._link.exchange(request_for([Call("remove_vertex", (each.id,), None)]), 1)
+                    return [each]
+            return []
+        return None
 
     def _choose(self, kind: str, id: int | None) -> int:
         """An id that this client has not used for the kind yet."""

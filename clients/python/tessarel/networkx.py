@@ -52,7 +52,7 @@ class Mirror:
         self.window, self.source, self.looks = window, source, looks or Looks()
         self.vertices: dict[Hashable, Vertex] = {}
         self.edges: dict[Key, Edge] = {}
-        self._told: dict[Vertex | Edge, dict[str, Any]] = {}
+        self._told: dict[Vertex | Edge | None, dict[str, Any]] = {}      # not there: it is not known what the window has
         self._at: dict[Hashable, set[Key]] = {}             # the edges shown at a vertex
         self._vertices_touched: dict[Hashable, None] = {}
         self._edges_touched: dict[Key, None] = {}
@@ -115,31 +115,48 @@ class Mirror:
             if self.vertices:
                 self.forget()
                 self.touch_all()
+        self._touch_what_went_along()
         vertices, self._vertices_touched = self._vertices_touched, {}
         edges, self._edges_touched = self._edges_touched, {}
-        with self.window.batch():
-            done = 0
-            try:
-                for step in self._in_order(vertices, edges):
-                    step()
-                    done += 1
-                    if done == piece:
-                        yield done
-                        done = 0
-            except BaseException:
-                # What was not reached comes with the next change; the rest is then found to be as it should.
-                self._vertices_touched = {**vertices, **self._vertices_touched}
-                self._edges_touched = {**edges, **self._edges_touched}
-                raise
-            finally:
-                self.point()
+        done = 0
+        try:
+            with self.window.batch():
+                try:
+                    for step in self._in_order(vertices, edges):
+                        step()
+                        done += 1
+                        if done == piece:
+                            yield done
+                            done = 0
+                finally:
+                    self.point()
+        except BaseException:
+            # It comes with the next change, all of it, for what the window has of it is not known.
+            self._vertices_touched = {**vertices, **self._vertices_touched}
+            self._edges_touched = {**edges, **self._edges_touched}
+            for item in [*map(self.vertices.get, vertices), *map(self.edges.get, edges)]:
+                self._told.pop(item, None)
+            raise
         if done:
             yield done
+
+    def _touch_what_went_along(self) -> None:
+        """Who comes again brings along the edges that went with it, and their other ends."""
+        todo = [*self._vertices_touched, *(end for key in self._edges_touched for end in key[:2])]
+        while todo:
+            node = todo.pop()
+            vertex = self.vertices.get(node)
+            if vertex is None or not vertex.gone or node not in self.source:
+                continue
+            self._vertices_touched[node] = None
+            for key in self._at[node] - self._edges_touched.keys():
+                self._edges_touched[key] = None
+                todo += key[:2]
 
     def point(self) -> None:
         """Gives the edges their arrows, if they are to have some: last and all at once, since thousands of them are slow to
         draw."""
-        if self._style is not None and not self._style.arrow:
+        if self._style is not None and not self._style.gone and not self._style.arrow:
             self._style.arrow = True
 
     def _in_order(self, vertices: Iterable[Hashable], edges: Iterable[Key]) -> Iterator[Callable[[], None]]:
@@ -175,14 +192,10 @@ class Mirror:
         look = self.looks.vertex(node, self.source.nodes[node])
         vertex = self.vertices.get(node)
         if vertex is None or vertex.gone:
-            if vertex is not None:
-                self._told.pop(vertex, None)
-            vertex = self.window.new_vertex(**look)
-            self._told[vertex] = look
-            self.vertices[node] = vertex
-            for key in list(self._at.setdefault(node, set())):      # those of one that is gone went with it
-                if self._data(key) is not None:
-                    self._show_edge(key)
+            self.vertices[node] = made = self.window.new_vertex(**look)
+            self._told.pop(vertex, None)
+            self._told[made] = look
+            self._at.setdefault(node, set())
         else:
             self._change(vertex, look)
 
@@ -192,25 +205,20 @@ class Mirror:
         look = self.looks.edge(key[0], key[1], data)
         edge = self.edges.get(key)
         if edge is None or edge.gone:
-            if self._arrows and self._style is None:
+            if self._arrows and (self._style is None or self._style.gone or self.window._may_be_lost(self._style)):
                 self._style = self.window.new_edge_style()
-            for node in key[:2]:
-                if node not in self.vertices or self.vertices[node].gone:
-                    self._show_vertex(node)
             first, second = key[:2]
-            if edge is not None:
-                self._told.pop(edge, None)
-            edge = self.window.new_edge(self.vertices[first], self.vertices[second], style=self._style, **look)
-            self._told[edge] = look
+            self.edges[key] = made = self.window.new_edge(self.vertices[first], self.vertices[second], style=self._style, **look)
+            self._told.pop(edge, None)
+            self._told[made] = look
             self._at[first].add(key)
             self._at[second].add(key)
-            self.edges[key] = edge
         else:
             self._change(edge, look)
 
     def _change(self, item: Vertex | Edge, look: dict[str, Any]) -> None:
-        told = self._told[item]
-        if told.keys() - look.keys():
+        told = self._told.get(item)
+        if told is None or told.keys() - look.keys():
             item.style = item.style       # the way to take a value back
             told = {}
         changes = {name: value for name, value in look.items() if told.get(name, ABSENT) != value}
@@ -220,7 +228,7 @@ class Mirror:
 
     def _hide_edge(self, key: Key) -> None:
         edge = self.edges.pop(key)
-        del self._told[edge]
+        self._told.pop(edge, None)
         for end in key[:2]:
             self._at[end].discard(key)
         if not edge.gone:
@@ -229,9 +237,9 @@ class Mirror:
     def _hide_vertex(self, node: Hashable) -> None:
         vertex = self.vertices.pop(node)
         for key in self._at.pop(node):
-            del self._told[self.edges.pop(key)]
+            self._told.pop(self.edges.pop(key, None), None)
             self._at[key[1] if key[0] == node else key[0]].discard(key)
-        del self._told[vertex]
+        self._told.pop(vertex, None)
         if not vertex.gone:
             vertex.remove()
 
