@@ -40,6 +40,9 @@ public:
   ConnectionTable& operator=(const ConnectionTable&) = delete;
   ~ConnectionTable();
 
+  /// How many connections there is room for.
+  std::size_t room() const { return most; }
+
   /// Finds out what connections to the port there are, and ends those that have kept the server waiting for longer than
   /// this, and as many more as there are above `most`. Returns how many are left.
   std::size_t look(std::uint16_t port, Clock::duration patience);

@@ -214,8 +214,8 @@ void atTheGate(void*, TSession* session, abyss_bool* handled) {
 }  // namespace
 
 XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint16_t port)
-    : room(roomForConnections()), connections(room, mostLargeRequests) {
-  if (room < leastRoom) {
+    : connections(roomForConnections(), mostLargeRequests) {
+  if (connections.room() < leastRoom) {
     xmlrpc_env_set_fault(env, XMLRPC_INTERNAL_ERROR, "Too few file descriptors to serve clients");
     return;
   }
@@ -291,7 +291,7 @@ void XmlRpcServer::serve() {
 void XmlRpcServer::watch() {
   while (!stopping) {
     const std::size_t count = connections.look(port(), patience);
-    sleepMilliseconds(count > room / 2 ? lookMillisecondsWhenMany : lookMilliseconds);
+    sleepMilliseconds(count > connections.room() / 2 ? lookMillisecondsWhenMany : lookMilliseconds);
   }
 }
 

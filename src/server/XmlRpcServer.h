@@ -39,7 +39,6 @@ private:
   /// Ends slow connections, until `stop`.
   void watch();
 
-  const std::size_t room;
   ConnectionTable connections;
   int listener = -1;
   TChanSwitch* chanSwitch = nullptr;
