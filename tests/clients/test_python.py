@@ -209,6 +209,19 @@ def test_a_call_refused_in_a_batch_or_an_exception_hinders_no_other_call(graph, 
         [("set_edge_attribute", (road.id, "width", "3.0")) for road in roads]
     assert f"edge {roads[1].id} {GONE}" in second.reason and "1 more" in str(first)
     assert exists("vertex", [before.id, after.id]) == {before.id, after.id}
+    town, ends = graph.new_vertex_style(), [graph.new_vertex() for _ in range(40)]
+    for end in ends[::2]:
+        program.client.remove_vertex(end.id)
+    with pytest.raises(tessarel.CallFailed) as caught, graph.batch():
+        for first, second in zip(ends, ends[1:]):
+            graph.new_edge(first, second)
+        graph.new_edge(before, after, style=graph.new_edge_style())
+        ends[2].style = town
+        ends[1].remove()
+    failures = [caught.value, *caught.value.further]
+    told = [re.fullmatch(f"vertex (.*) {GONE}: another client has removed it", each.reason)[1] for each in failures]
+    assert told == [str(ends[(number + 1) // 2 * 2].id) for number in range(39)] + [str(ends[2].id)]
+    assert exists("vertex", [end.id for end in ends]) == {end.id for end in ends[3::2]}
     with pytest.raises(KeyError), graph.batch():
         with graph.batch():
             vertices = [graph.new_vertex() for _ in range(20)]

@@ -7,14 +7,12 @@ from .errors import CallFailed, Error, TimedOut
 from .link import Link, Request
 from .wire import Call, Refusal, answers_in, one_call, several_calls, written
 
-__all__ = ["Batch", "Witness", "carry_out", "request_for"]
+__all__ = ["Batch", "Witness", "ask", "carry_out", "request_for"]
 
 # A pack: large enough that a round trip costs little, small enough that the window shows growth. The server takes 4 MiB.
 PACK_CHARACTERS = 50_000
 # These wait for a frame each, a long one with a large graph; a pack with many would keep the next one waiting.
 PACK_WAITS = 100
-# Of so many refused calls of a request the server is asked for more than its -1: a question may take a frame.
-ASKED_FOR = 5
 WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 
 
@@ -24,7 +22,7 @@ class Witness(Protocol):
     def _found_there(self, items: Iterable[Any]) -> None: ...
     def _look_for_a_clear(self) -> None: ...
     def _is_cleared_away(self, call: Call) -> bool: ...
-    def _why(self, call: Call, may_ask: bool) -> str: ...
+    def _reasons(self, calls: Sequence[Call]) -> list[str]: ...
     def _broken_off(self, calls: Sequence[Call]) -> None: ...
 
 
@@ -32,6 +30,13 @@ def request_for(calls: Sequence[Call]) -> bytes:
     if len(calls) > 1:
         return several_calls([written(call) for call in calls])
     return one_call(f"tessarel.{calls[0].method}", calls[0].arguments)
+
+
+def ask(link: Link, calls: Sequence[Call]) -> tuple[list[int | str], bool]:
+    """Makes the calls in one request and returns the answers, and whether the server may have carried it out twice; Error or
+    Refusal if there are none."""
+    body, repeated = link.exchange(request_for(calls), _waits(calls))
+    return answers_in(body, len(calls), len(calls) > 1), repeated
 
 
 def carry_out(link: Link, calls: Sequence[Call], witness: Witness) -> None:
@@ -115,12 +120,11 @@ def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeat
     if not refused:
         return
     witness._look_for_a_clear()
-    failures: list[CallFailed] = []
-    for number, call, answer in refused:
-        if repeated and answer == -1 and _may_be_done(calls, number) and not witness._is_cleared_away(call):
-            continue
-        reason = witness._why(call, len(failures) < ASKED_FOR) if answer == -1 else f"the server answers: {answer}"
-        failures.append(CallFailed(call.method, call.arguments, reason))
+    refused = [(number, call, answer) for number, call, answer in refused if not
+               (repeated and answer == -1 and _may_be_done(calls, number) and not witness._is_cleared_away(call))]
+    reasons = iter(witness._reasons([call for _, call, answer in refused if answer == -1]))
+    failures = [CallFailed(call.method, call.arguments, next(reasons) if answer == -1 else f"the server answers: {answer}")
+                for _, call, answer in refused]
     if failures:
         failures[0].further = tuple(failures[1:])
         raise failures[0]

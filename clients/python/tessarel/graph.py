@@ -6,14 +6,14 @@ import itertools
 import random
 import threading
 from types import MappingProxyType, TracebackType
-from typing import Any, Callable, ClassVar, ItemsView, Iterable, Iterator, Mapping, Sequence, TypeVar, Unpack, ValuesView
+from typing import Any, Callable, ClassVar, Collection, ItemsView, Iterable, Iterator, Mapping, Sequence, TypeVar, Unpack, ValuesView
 
 from .attributes import Attribute, EdgeAttributes, EdgeKeywords, VertexAttributes, VertexKeywords, attributes_of, integer
-from .batch import Batch, carry_out, request_for
+from .batch import Batch, ask, carry_out, request_for
 from .errors import BadValue, CallFailed, Error, LostConnection, NoServer, TimedOut
 from .link import Link
 from .listener import Listener
-from .wire import Call
+from .wire import Call, Refusal
 
 __all__ = ["Edge", "EdgeStyle", "Graph", "Vertex", "VertexStyle", "connect", "script"]
 
@@ -442,7 +442,7 @@ class Graph:
             self._clears += 1
             for items in self._made.values():
                 for item in items.values():
-                    item._gone = "this client has cleared the window"
+                    item._gone = CLEARED
                 items.clear()
             for names in self._named.values():
                 names.clear()
@@ -536,7 +536,7 @@ class Graph:
         with self._lock:
             if item._gone:
                 raise CallFailed(call.method, call.arguments, _gone(item))
-            self._forget(item, "this client has removed it")
+            self._forget(item, REMOVED)
         self._do([call])
 
     def _forget(self, item: Item, reason: str) -> None:
@@ -589,28 +589,35 @@ class Graph:
             needed = [self._made[f"{item.kind}_style"].get(int(call.arguments[1]))]
         return [each for each in needed if each is not None]
 
-    def _why(self, call: Call, may_ask: bool) -> str:
-        """Why a call about an item was answered with -1, as far as can be told from here."""
+    def _reasons(self, calls: Sequence[Call]) -> list[str]:
+        """Why each of the calls, all of them about an item, was answered with -1, as far as can be told from here."""
+        missing = self._missing({each for call in calls for each in self._suspects(call) if not each.gone})
+        return [self._why(call, missing) for call in calls]
+
+    def _suspects(self, call: Call) -> list[Item]:
+        return [each for each in self._needed(call) if self._may_be_lost(each)]
+
+    def _why(self, call: Call, missing: set[Item] | None) -> str:
         item = call.item
         if item._gone == NOT_MADE:
             return _gone(item)
-        makes = call.method.startswith("new_")
-        if makes:
+        if call.method.startswith("new_"):
             self._forget(item, NOT_MADE)
             own = f"id {item.id} is taken, by another client or by an earlier one whose graph nobody cleared"
         elif item.kind.endswith("style") and not self._may_be_lost(item):
             return f"the server does not take {call.arguments[2]!r} as {call.arguments[1]}"
         else:
             own = self._lost(item, call)
-        suspects = [each for each in self._needed(call) if self._may_be_lost(each)]
-        for each in suspects:
-            if each.gone:
-                return _gone(each)
-        missing = self._missing(suspects) if may_ask or not suspects else None
-        if missing is None:
+        suspects = self._suspects(call)
+        culprits = [each for each in suspects if each.gone not in ("", *OWN_DOING) or missing and each in missing]
+        # What this client has taken away was there when it made the call, unless another of its threads did that.
+        culprits = culprits or [each for each in suspects if each.gone]
+        if culprits and culprits[0].gone:
+            return _gone(culprits[0])
+        if suspects and missing is None:
             return ", or ".join([*(self._lost(each, call) for each in suspects), own])
-        lost = missing[0] if missing else item
-        reason = self._lost(lost, call) if missing else own
+        lost = culprits[0] if culprits else item
+        reason = own if lost is item else self._lost(lost, call)
         if isinstance(lost, (Vertex, Edge)):
             self._forget(lost, self._fate(lost))
         return reason
@@ -630,25 +637,24 @@ class Graph:
             reasons.insert(0, item._gone)
         return f"{_words(item.kind)} {item.id} is not there any more: {', or '.join(reasons)}"
 
-    def _missing(self, suspects: Sequence[Item]) -> list[Item] | None:
-        """The first of the vertices or styles that the server does not have, in a list; None where it does not become known.
+    def _missing(self, suspects: Collection[Item]) -> set[Item] | None:
+        """Those of the vertices and styles that the server does not have; None where it does not become known.
 
-        It is asked to make something that it refuses if the vertex is there, or if the style is not. A vertex made so is removed
+        It is asked to make something that it refuses if the vertex is there, or if the style is not. Vertices made so are removed
         at once; a style stays, for styles cannot be removed, and nothing has it.
         """
-        with contextlib.suppress(Error):
-            for each in suspects:
-                is_vertex = isinstance(each, Vertex)
-                arguments = (each.id,) if is_vertex else (self._choose(each.kind, None), each.id)
-                answer, repeated = self._link.exchange(request_for([Call(f"new_{each.kind}_w_id", arguments, None)]), 1)
-                made = b"<i4>0</i4>" in answer
-                if repeated and not made:       # the first time may have made it
-                    return None
-                if made == is_vertex:
-                    if is_vertex:
-                        self._link.exchange(request_for([Call("remove_vertex", (each.id,), None)]), 1)
-                    return [each]
-            return []
+        if not suspects:
+            return set()
+        questions = [Call(f"new_{each.kind}_w_id", (each.id,) if isinstance(each, Vertex) else
+                          (self._choose(each.kind, None), each.id), None) for each in suspects]
+        with contextlib.suppress(Error, Refusal):
+            answers, repeated = ask(self._link, questions)
+            made = [answer == 0 for answer in answers]
+            if removals := [Call("remove_vertex", (each.id,), None) for each, new in zip(suspects, made)
+                            if new and isinstance(each, Vertex)]:
+                ask(self._link, removals)
+            if not repeated or all(made):       # else the first time may have made it
+                return {each for each, new in zip(suspects, made) if new == isinstance(each, Vertex)}
         return None
 
     def _choose(self, kind: str, id: int | None) -> int:
@@ -719,6 +725,7 @@ class Graph:
 
 
 NOT_MADE = "it was not made"
+REMOVED, CLEARED = OWN_DOING = "this client has removed it", "this client has cleared the window"
 
 
 def counted(number: int, what: str) -> str:
