@@ -1,7 +1,7 @@
 // Memory runs out in the libraries below as well, and not all of them look whether they got what they asked for. So the
 // program's own allocation functions, which take the place of the C library's for all of them, never return null: an
 // allocation that fails is tried again for a second, since others may give memory back, and then the process ends with a
-// message and status 1. The memory itself is the C library's.
+// message and status 1. The memory itself is the C library's. What a graphics driver maps for itself does not come by here.
 
 #include <unistd.h>
 

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <csignal>
 #include <cstddef>
 #include <cstdio>
 #include <iostream>
@@ -79,6 +80,9 @@ void writeLines(std::ostream& stream, std::string_view lines) {
 }
 
 void writeWithoutWaiting() {
+  // A reader that has gone, or a file that may not grow, makes a write fail and no more.
+  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGXFSZ, SIG_IGN);
   // Never destroyed: the streams are still written to while the process ends.
   std::cout.rdbuf(new LineBuffer(STDOUT_FILENO));
   auto* const errors = new LineBuffer(STDERR_FILENO);

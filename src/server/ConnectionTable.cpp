@@ -1,12 +1,11 @@
 #include "server/ConnectionTable.h"
 
-#include <arpa/inet.h>
 #include <fcntl.h>
-#include <sys/resource.h>
+#include <sys/ioctl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include <algorithm>
+#include <utility>
 
 namespace quorel {
 
@@ -15,43 +14,106 @@ namespace {
 /// A long request or its answer is on the wire for a while; only one that takes longer than this makes room for another.
 constexpr std::chrono::seconds graceOfLong{5};
 
-/// One end of a connected socket of the internet, by getsockname or getpeername; false for any other descriptor.
-template <class Ask>
-bool askFor(sockaddr_in& address, int fd, Ask ask) {
-  socklen_t size = sizeof address;
-  return ask(fd, reinterpret_cast<sockaddr*>(&address), &size) == 0 && address.sin_family == AF_INET;
+/// Those that have been ended are closed as soon as their threads come to it.
+constexpr std::chrono::milliseconds pauseForRoom{5};
+
+/// 0 for a descriptor that is no socket.
+ConnectionTable::Id idOf(int fd) {
+  ConnectionTable::Id id = 0;
+  socklen_t size = sizeof id;
+  return getsockopt(fd, SOL_SOCKET, SO_COOKIE, &id, &size) == 0 ? id : 0;
 }
 
-int mostDescriptors() {
-  rlimit limit = {};
-  getrlimit(RLIMIT_NOFILE, &limit);
-  return static_cast<int>(std::min<rlim_t>(limit.rlim_cur, 1 << 16));
+/// Whether there is something from the client that the server has not come to yet.
+bool hasUnread(int fd) {
+  int bytes = 0;
+  return ioctl(fd, FIONREAD, &bytes) == 0 && bytes > 0;
 }
 
 }  // namespace
 
-ConnectionTable::ConnectionTable(std::size_t mostConnections, std::size_t mostLongOnes)
-    : most(mostConnections),
-      mostLong(mostLongOnes),
-      nothing(open("/dev/null", O_RDONLY | O_CLOEXEC)),
-      second(fcntl(nothing, F_DUPFD_CLOEXEC, 0)) {}
+ConnectionTable::ConnectionTable(const Limits& limits)
+    : most(limits), nothing(open("/dev/null", O_RDONLY | O_CLOEXEC)), second(fcntl(nothing, F_DUPFD_CLOEXEC, 0)) {}
 
 ConnectionTable::~ConnectionTable() {
   close(second);
   close(nothing);
 }
 
-std::size_t ConnectionTable::look(std::uint16_t port, Clock::duration patience) {
+void ConnectionTable::waitForRoom(Clock::duration patience) {
+  std::unique_lock hold(mutex);
+  const auto isFull = [&] { return connections.size() >= most.most + most.burst; };
+  while (isFull()) {
+    lookWhileLocked(patience);
+    if (isFull()) changed.wait_for(hold, pauseForRoom);
+  }
+}
+
+ConnectionTable::Id ConnectionTable::add(int fd) {
   const std::lock_guard hold(mutex);
-  findAll(port);
+  const Id id = idOf(fd);
+  connections[id].fd = fd;
+  return id;
+}
+
+std::size_t ConnectionTable::look(Clock::duration patience) {
+  const std::lock_guard hold(mutex);
+  return lookWhileLocked(patience);
+}
+
+void ConnectionTable::endSome() {
+  const std::lock_guard hold(mutex);
+  forgetClosed();
+  for (std::size_t i = 0; i <= connections.size() / 8; ++i) {
+    Entry* const entry = firstToGo(Size::small);
+    if (entry != nullptr) end(*entry);
+  }
+}
+
+bool ConnectionTable::beginRequest(Id id, Size size) {
+  std::unique_lock hold(mutex);
+  // The entry stays where it is: nobody closes the descriptor before this thread has answered.
+  Connection& connection = connections[id];
+  connection.size = Size::small;
+  connection.wanted = size;
+  connection.turn = ++lastTurn;
+  while (!connection.ended && !isNext(connection)) {
+    Entry* const entry = firstToGo(size);
+    if (entry != nullptr && Clock::now() - entry->second.waitingSince >= graceOfLong) {
+      end(*entry);
+    } else {
+      // Room is told of when a request comes to its end, but not when a client has gone away.
+      changed.wait_for(hold, std::chrono::seconds(1));
+    }
+  }
+  connection.size = size;
+  connection.wanted = Size::small;
+  changed.notify_all();
+  return !connection.ended;
+}
+
+void ConnectionTable::beginWork(Id id) {
+  const std::lock_guard hold(mutex);
+  connections[id].atWork = true;
+}
+
+void ConnectionTable::endWork(Id id) {
+  const std::lock_guard hold(mutex);
+  Connection& connection = connections[id];
+  connection.atWork = false;
+  connection.waitingSince = Clock::now();
+}
+
+std::size_t ConnectionTable::lookWhileLocked(Clock::duration patience) {
+  forgetClosed();
   std::size_t left = 0;
   for (Entry& entry : connections) {
-    Connection& connection = entry.second;
+    const Connection& connection = entry.second;
     if (!connection.atWork && Clock::now() - connection.waitingSince > patience) end(entry);
     left += !connection.ended;
   }
-  while (left > most) {
-    Entry* entry = longestWaiting(false);
+  while (left > most.most) {
+    Entry* const entry = firstToGo(Size::small);
     if (entry == nullptr) break;
     end(*entry);
     --left;
@@ -59,77 +121,46 @@ std::size_t ConnectionTable::look(std::uint16_t port, Clock::duration patience) 
   return left;
 }
 
-bool ConnectionTable::beginRequest(const Peer& peer, bool isLong) {
-  std::unique_lock hold(mutex);
-  connections[peer].isLong = false;
-  while (isLong && longCount() >= mostLong && !connections[peer].ended) {
-    Entry* entry = longestWaiting(true);
-    if (entry != nullptr && Clock::now() - entry->second.waitingSince >= graceOfLong) end(*entry);
-    // Room is told of when a request comes to its end, but not when a client has gone away.
-    changed.wait_for(hold, std::chrono::seconds(1));
-  }
-  connections[peer].isLong = isLong;
-  changed.notify_all();
-  return !connections[peer].ended;
-}
-
-void ConnectionTable::beginWork(const Peer& peer) {
-  const std::lock_guard hold(mutex);
-  connections[peer].atWork = true;
-}
-
-void ConnectionTable::endWork(const Peer& peer) {
-  const std::lock_guard hold(mutex);
-  Connection& connection = connections[peer];
-  connection.atWork = false;
-  connection.waitingSince = Clock::now();
-}
-
-void ConnectionTable::findAll(std::uint16_t port) {
-  for (Entry& entry : connections) entry.second.seen = false;
-  for (int fd = 0, end = mostDescriptors(); fd < end; ++fd) {
-    sockaddr_in address;
-    if (!askFor(address, fd, getsockname) || ntohs(address.sin_port) != port) continue;
-    if (!askFor(address, fd, getpeername)) continue;
-    std::uint64_t cookie = 0;
-    socklen_t size = sizeof cookie;
-    if (getsockopt(fd, SOL_SOCKET, SO_COOKIE, &cookie, &size) != 0) continue;
-    Connection& connection = connections[peerOf(address)];
-    // A client may come again from the same port.
-    if (connection.fd >= 0 && connection.cookie != cookie) connection = Connection{};
-    connection.cookie = cookie;
-    connection.fd = fd;
-    connection.seen = true;
-  }
-  // One that is at work but was not seen has lost its client; its thread tells when it is through.
-  std::erase_if(connections, [](const Entry& entry) { return !entry.second.seen && !entry.second.atWork; });
+void ConnectionTable::forgetClosed() {
+  std::erase_if(connections, [](const Entry& entry) { return idOf(entry.second.fd) != entry.first; });
 }
 
 void ConnectionTable::end(Entry& entry) {
   if (entry.second.ended) return;
   // The web server may close the connection at this moment, and its descriptor become another's: a second descriptor of
   // whatever is there stays what it is while it is looked at.
-  if (dup2(entry.second.fd, second) < 0) return;
-  sockaddr_in address;
-  if (askFor(address, second, getpeername) && peerOf(address) == entry.first) shutdown(second, SHUT_RDWR);
-  dup2(nothing, second);
+  if (dup2(entry.second.fd, second) >= 0) {
+    if (idOf(second) == entry.first) shutdown(second, SHUT_RDWR);
+    dup2(nothing, second);
+  }
   entry.second.ended = true;
+  changed.notify_all();
 }
 
-auto ConnectionTable::longestWaiting(bool amongLong) -> Entry* {
-  Entry* longest = nullptr;
+auto ConnectionTable::firstToGo(Size least) -> Entry* {
+  Entry* first = nullptr;
+  std::pair<bool, Clock::time_point> turnOfFirst;
   for (Entry& entry : connections) {
     const Connection& connection = entry.second;
-    if (connection.ended || connection.atWork || (amongLong && !connection.isLong)) continue;
-    if (longest == nullptr || connection.waitingSince < longest->second.waitingSince) longest = &entry;
+    if (connection.ended || connection.atWork || connection.size < least) continue;
+    const bool isShort = connection.size == Size::small && connection.wanted == Size::small;
+    const std::pair turn(isShort && hasUnread(connection.fd), connection.waitingSince);
+    if (first != nullptr && turn >= turnOfFirst) continue;
+    first = &entry;
+    turnOfFirst = turn;
   }
-  return longest;
+  return first;
 }
 
-std::size_t ConnectionTable::longCount() const {
-  return static_cast<std::size_t>(std::count_if(connections.begin(), connections.end(), [](const Entry& entry) {
-    return entry.second.isLong && !entry.second.ended;
-  }));
+bool ConnectionTable::isNext(const Connection& connection) const {
+  if (connection.wanted == Size::small) return true;
+  std::size_t held = 0;
+  for (const auto& [id, other] : connections) {
+    if (other.ended) continue;
+    if (other.wanted == connection.wanted && other.turn < connection.turn) return false;
+    held += other.size == connection.wanted;
+  }
+  return held < (connection.wanted == Size::medium ? most.mostMedium : most.mostLarge);
 }
 
 }  // namespace quorel

@@ -12,7 +12,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -88,19 +87,25 @@ std::ptrdiff_t openDescriptors() {
   return error ? likely : count;
 }
 
-/// How many connections may be open at a time. Each takes three descriptors, of those that are free once the window is
-/// there. Some are kept for calls back, and for the connections of a burst before the next look: for want of descriptors
-/// the library would reset them. The limit itself is left as it is, since the client side of the library cannot handle
-/// descriptors above 1023.
-std::size_t roomForConnections() {
+/// Each connection takes three descriptors, of those that are free once the window is there. Some are kept for calls back
+/// and the like, and more for the connections of a burst. The limit itself is left as it is, since the client side of the
+/// library cannot handle descriptors above 1023. What is at work cannot be ended, so the requests that may be at work for
+/// long must leave some of the connections.
+ConnectionTable::Limits limitsOfConnections() {
   constexpr std::ptrdiff_t reserve = 100;
   constexpr std::ptrdiff_t descriptorsOfConnection = 3;
-  constexpr std::ptrdiff_t most = 1000;
+  constexpr std::ptrdiff_t mostConnections = 1000;
   rlimit descriptors = {};
   getrlimit(RLIMIT_NOFILE, &descriptors);
   const std::ptrdiff_t left = static_cast<std::ptrdiff_t>(descriptors.rlim_cur) - openDescriptors();
-  const std::ptrdiff_t fitting = (left - std::min(reserve, left / 2)) / descriptorsOfConnection;
-  return static_cast<std::size_t>(std::clamp<std::ptrdiff_t>(fitting, 0, most));
+  const std::ptrdiff_t kept = std::min(reserve, left / 2);
+  const auto most =
+      static_cast<std::size_t>(std::clamp<std::ptrdiff_t>((left - kept) / descriptorsOfConnection, 0, mostConnections));
+  const auto burst = static_cast<std::size_t>(std::max<std::ptrdiff_t>(kept * 3 / 4 / descriptorsOfConnection, 1));
+  return {.most = most,
+          .burst = burst,
+          .mostMedium = std::max<std::size_t>(most / 2, 1),
+          .mostLarge = std::clamp<std::size_t>(most / 4, 1, mostLargeRequests)};
 }
 
 bool descriptorsAreFree() {
@@ -144,13 +149,17 @@ int listenOn(std::uint16_t port) {
 /// The table of the server that is running; the library's handlers know their session alone.
 std::atomic<ConnectionTable*> connectionTable = nullptr;
 
-ConnectionTable::Peer peerOf(TSession* session) {
+/// The library keeps the address that it got from `accept` and hands it out again; in the unused part of it `accept` has
+/// left the number of the connection, since two of them may have the same other end.
+ConnectionTable::Id connectionOf(TSession* session) {
   void* information = nullptr;
   SessionGetChannelInfo(session, &information);
   const auto* channel = static_cast<const abyss_unix_chaninfo*>(information);
   sockaddr_in address = {};
   std::memcpy(&address, &channel->peerAddr, sizeof address);
-  return ConnectionTable::peerOf(address);
+  ConnectionTable::Id id = 0;
+  std::memcpy(&id, address.sin_zero, sizeof id);
+  return id;
 }
 
 void answerWithFault(xmlrpc_env* env, int code, const char* reason, xmlrpc_mem_block** answer) {
@@ -180,21 +189,23 @@ void call(xmlrpc_env* env, xmlrpc_registry* registry, std::string_view body, xml
 void process(xmlrpc_env* env, void* registry, const char* body, std::size_t size, TSession* session,
              xmlrpc_mem_block** answer) {
   ConnectionTable& table = *connectionTable;
-  const ConnectionTable::Peer peer = peerOf(session);
-  table.beginWork(peer);
+  const ConnectionTable::Id connection = connectionOf(session);
+  table.beginWork(connection);
   const std::string_view request(body, size);
   if (const char* reason = reasonToRefuse(request); reason != nullptr) {
     answerWithFault(env, XMLRPC_PARSE_ERROR, reason, answer);
   } else {
     call(env, static_cast<xmlrpc_registry*>(registry), request, answer);
   }
-  table.endWork(peer);
+  table.endWork(connection);
 }
 
-/// The length that a request's header tells, 0 if none.
-std::size_t toldBytes(TSession* session) {
+/// By the length that a request's header tells.
+ConnectionTable::Size sizeOf(TSession* session) {
   const char* told = RequestHeaderValue(session, "content-length");
-  return told == nullptr ? 0 : std::strtoul(told, nullptr, 10);
+  const std::size_t bytes = told == nullptr ? 0 : std::strtoul(told, nullptr, 10);
+  if (bytes > largeRequestBytes) return ConnectionTable::Size::large;
+  return bytes > smallRequestBytes ? ConnectionTable::Size::medium : ConnectionTable::Size::small;
 }
 
 /// Looks at the header of each request before anything of its body is read. A browser names the page that a request
@@ -204,7 +215,7 @@ void atTheGate(void*, TSession* session, abyss_bool* handled) {
   *handled = 1;
   if (RequestHeaderValue(session, "origin") != nullptr) {
     ResponseStatus(session, 403);
-  } else if (!connectionTable.load()->beginRequest(peerOf(session), toldBytes(session) > largeRequestBytes)) {
+  } else if (!connectionTable.load()->beginRequest(connectionOf(session), sizeOf(session))) {
     ResponseStatus(session, 503);
   } else {
     *handled = 0;
@@ -214,13 +225,11 @@ void atTheGate(void*, TSession* session, abyss_bool* handled) {
 }  // namespace
 
 XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint16_t port)
-    : connections(roomForConnections(), mostLargeRequests) {
-  if (connections.room() < leastRoom) {
+    : connections(limitsOfConnections()) {
+  if (connections.limits().most < leastRoom) {
     xmlrpc_env_set_fault(env, XMLRPC_INTERNAL_ERROR, "Too few file descriptors to serve clients");
     return;
   }
-  // The library writes to connections that the client may have closed.
-  std::signal(SIGPIPE, SIG_IGN);
   xmlrpc_limit_set(XMLRPC_XML_SIZE_LIMIT_ID, longestRequestBytes);
   const char* error = nullptr;
   AbyssInit(&error);
@@ -260,44 +269,26 @@ XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint
   if (error != nullptr && !env->fault_occurred) xmlrpc_env_set_fault(env, XMLRPC_INTERNAL_ERROR, error);
 }
 
-XmlRpcServer::~XmlRpcServer() {
-  if (server.srvP != nullptr) ServerFree(&server);
-  if (chanSwitch != nullptr) ChanSwitchDestroy(chanSwitch);
-  if (listener >= 0) close(listener);
-}
-
-std::uint16_t XmlRpcServer::port() const {
-  sockaddr_in address = {};
-  socklen_t size = sizeof address;
-  getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
-  return ntohs(address.sin_port);
-}
-
 void XmlRpcServer::serve() {
   connectionTable = &connections;
-  std::thread watcher(&XmlRpcServer::watch, this);
-  while (!stopping) {
+  std::thread(&XmlRpcServer::watch, this).detach();
+  while (true) {
     // Returns on the first failure to take a connection, and has then told so on standard output. Those at work go on.
     ServerRun(&server);
+    // If it was not for want of descriptors, then of threads or memory, which the connections hold too.
+    if (descriptorsAreFree()) connections.endSome();
     do {
-      if (stopping) break;
-      connections.look(port(), patience);
+      connections.look(patience);
       sleepMilliseconds(pauseMilliseconds);
     } while (!descriptorsAreFree());
   }
-  watcher.join();
 }
 
 void XmlRpcServer::watch() {
-  while (!stopping) {
-    const std::size_t count = connections.look(port(), patience);
-    sleepMilliseconds(count > connections.room() / 2 ? lookMillisecondsWhenMany : lookMilliseconds);
+  while (true) {
+    const std::size_t count = connections.look(patience);
+    sleepMilliseconds(count > connections.limits().most / 2 ? lookMillisecondsWhenMany : lookMilliseconds);
   }
-}
-
-void XmlRpcServer::stop() {
-  stopping = true;
-  ServerTerminate(&server);
 }
 
 void* serverMain(void*) {
@@ -311,8 +302,28 @@ void* serverMain(void*) {
     // Not exit(): the main thread is drawing, and what it draws with must not be torn down beside it.
     std::_Exit(1);
   }
-  server.serve();
-  return nullptr;
+  try {
+    server.serve();
+  } catch (const std::system_error& error) {
+    writeLine(std::cerr, "tessarel: cannot start a thread: ", error.what());
+    std::_Exit(1);
+  }
 }
 
 }  // namespace quorel
+
+/// Takes the place of the C library's. The web library would take connections that it has not the descriptors for, and then
+/// reset them; so they stay in the system's queue until there is room. The process listens on one port alone.
+extern "C" int accept(int listener, sockaddr* __restrict address, socklen_t* __restrict size) {
+  using namespace quorel;
+  ConnectionTable* const table = connectionTable;
+  if (table != nullptr) table->waitForRoom(patience);
+  const int fd = accept4(listener, address, size, 0);
+  if (table != nullptr && fd >= 0) {
+    const ConnectionTable::Id id = table->add(fd);
+    auto* const internet = reinterpret_cast<sockaddr_in*>(address);
+    static_assert(sizeof internet->sin_zero == sizeof id);
+    std::memcpy(internet->sin_zero, &id, sizeof id);
+  }
+  return fd;
+}

@@ -128,13 +128,13 @@ int pthread_create(pthread_t* thread, const pthread_attr_t* attributes, void* (*
   return mustFail("pthread_create") ? EAGAIN : create(thread, attributes, start, argument);
 }
 
-int accept(int listener, sockaddr* address, socklen_t* length) {
-  static const auto take = original<int (*)(int, sockaddr*, socklen_t*)>("accept");
+int accept4(int listener, sockaddr* address, socklen_t* length, int flags) {
+  static const auto take = original<int (*)(int, sockaddr*, socklen_t*, int)>("accept4");
   if (mustFail("accept")) {
     errno = EMFILE;
     return -1;
   }
-  return take(listener, address, length);
+  return take(listener, address, length, flags);
 }
 
 int sched_getaffinity(pid_t process, std::size_t size, cpu_set_t* processors) {

@@ -1,7 +1,7 @@
 #include "server/ConnectionTable.h"
 
-#include <arpa/inet.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
 #include <poll.h>
 #include <sys/socket.h>
 #include <unistd.h>
@@ -10,6 +10,7 @@
 #include <atomic>
 #include <chrono>
 #include <future>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -36,12 +37,10 @@ public:
 /// Both ends of a connection, of which the server's stays open until the client is gone.
 class Client {
 public:
-  explicit Client(const Listener& listener) {
+  Client(const Listener& listener, ConnectionTable& table) {
     EXPECT_EQ(connect(fd, reinterpret_cast<const sockaddr*>(&listener.address), sizeof listener.address), 0);
-    sockaddr_in here;
-    socklen_t size = sizeof here;
-    atServer = accept(listener.fd, reinterpret_cast<sockaddr*>(&here), &size);
-    peer = ConnectionTable::peerOf(here);
+    atServer = accept4(listener.fd, nullptr, nullptr, 0);
+    id = table.add(atServer);
   }
   ~Client() {
     close(fd);
@@ -55,57 +54,77 @@ public:
 
   const int fd = socket(AF_INET, SOCK_STREAM, 0);
   int atServer = -1;
-  ConnectionTable::Peer peer;
+  ConnectionTable::Id id = 0;
 };
+
+using enum ConnectionTable::Size;
 
 class ConnectionTableTest : public testing::Test {
 protected:
-  std::size_t look(ConnectionTable::Clock::duration patience) {
-    return table.look(ntohs(listener.address.sin_port), patience);
-  }
-
-  const Listener listener, other;
-  ConnectionTable table{2, 1};
+  const Listener listener;
+  ConnectionTable table{{.most = 2, .burst = 1, .mostMedium = 1, .mostLarge = 1}};
 };
 
 TEST_F(ConnectionTableTest, theSlowAreEndedAndThenWhoeverKeepsTheServerWaitingLongestMakesRoom) {
-  const Client atWork(listener), slow(listener), elsewhere(other);
-  EXPECT_EQ(look(1h), 2U);
-  table.beginWork(atWork.peer);
+  const Client atWork(listener, table), slow(listener, table);
+  EXPECT_EQ(table.look(1h), 2U);
+  table.beginWork(atWork.id);
   std::this_thread::sleep_for(300ms);
-  const Client early(listener);
-  EXPECT_EQ(look(200ms), 2U);
+  const Client early(listener, table);
+  EXPECT_EQ(table.look(200ms), 2U);
   EXPECT_TRUE(slow.isEnded());
   EXPECT_FALSE(early.isEnded());
-  const Client late(listener);
-  EXPECT_EQ(look(1h), 2U);
+  const Client late(listener, table);
+  EXPECT_EQ(table.look(1h), 2U);
   EXPECT_TRUE(early.isEnded());
   EXPECT_FALSE(late.isEnded());
-  table.endWork(atWork.peer);  // so `late` has now been silent for longer
-  const Client last(listener);
-  EXPECT_EQ(look(1h), 2U);
+  table.endWork(atWork.id);  // so `late` has now been silent for longer
+  const Client last(listener, table);
+  EXPECT_EQ(table.look(1h), 2U);
   EXPECT_TRUE(late.isEnded());
-  EXPECT_FALSE(last.isEnded() || atWork.isEnded() || elsewhere.isEnded());
+  EXPECT_FALSE(last.isEnded() || atWork.isEnded());
+  // The server has not come to what `atWork` says, so the younger one goes.
+  EXPECT_EQ(send(atWork.fd, "x", 1, 0), 1);
+  const Client youngest(listener, table);
+  EXPECT_EQ(table.look(1h), 2U);
+  EXPECT_TRUE(last.isEnded());
+  table.endSome();
+  EXPECT_TRUE(youngest.isEnded());
 }
 
-TEST_F(ConnectionTableTest, aLongRequestWaitsForThePlaceOfAnother) {
-  const Client first(listener), second(listener);
-  look(1h);
-  EXPECT_TRUE(table.beginRequest(first.peer, true));
-  const auto waits = [&](const Client& client) {
-    return std::async(std::launch::async, [&] { return table.beginRequest(client.peer, true); });
+TEST_F(ConnectionTableTest, theNextIsTakenWhenOneOfABurstHasGone) {
+  auto first = std::make_unique<Client>(listener, table);
+  const Client second(listener, table);
+  table.waitForRoom(1h);
+  const Client third(listener, table);
+  auto taking = std::async(std::launch::async, [&] { table.waitForRoom(1h); });
+  EXPECT_TRUE(first->isEnded());
+  EXPECT_EQ(taking.wait_for(50ms), std::future_status::timeout);
+  first.reset();
+  EXPECT_EQ(taking.wait_for(5s), std::future_status::ready);
+}
+
+TEST_F(ConnectionTableTest, aLongRequestWaitsForThePlaceOfAnotherInTheOrderOfArrival) {
+  const Client first(listener, table), second(listener, table);
+  EXPECT_TRUE(table.beginRequest(first.id, large));
+  const auto waits = [&](const Client& client, ConnectionTable::Size size) {
+    return std::async(std::launch::async, [&, size] { return table.beginRequest(client.id, size); });
   };
-  auto waiting = waits(second);
+  auto waiting = waits(second, large);
   EXPECT_EQ(waiting.wait_for(50ms), std::future_status::timeout);
-  EXPECT_TRUE(table.beginRequest(first.peer, false));  // the next request on that connection is short
+  const Client third(listener, table);
+  auto behind = waits(third, large);
+  EXPECT_EQ(behind.wait_for(50ms), std::future_status::timeout);
+  EXPECT_TRUE(table.beginRequest(first.id, small));  // the next request on that connection is short
   EXPECT_EQ(waiting.wait_for(5s), std::future_status::ready);
   EXPECT_TRUE(waiting.get());
-  // One that is ended while it waits is told so.
-  auto ended = waits(first);
-  EXPECT_EQ(ended.wait_for(50ms), std::future_status::timeout);
-  look(0s);
-  EXPECT_EQ(ended.wait_for(5s), std::future_status::ready);
-  EXPECT_FALSE(ended.get());
+  EXPECT_EQ(behind.wait_for(50ms), std::future_status::timeout);
+  EXPECT_TRUE(table.beginRequest(first.id, medium));  // of which there may be one beside
+  // One that is ended while it waits is told so, though its client has gone.
+  shutdown(third.fd, SHUT_RDWR);
+  table.look(0s);
+  EXPECT_EQ(behind.wait_for(5s), std::future_status::ready);
+  EXPECT_FALSE(behind.get());
 }
 
 TEST(ByteBudgetTest, isNeverExceededAndServesAll) {

@@ -6,7 +6,7 @@ import xmlrpc.client
 from concurrent.futures import ThreadPoolExecutor
 
 from support.program import PORT, URL
-from support.waiting import SLOWNESS
+from support.waiting import SLOWNESS, wait_until
 
 POST = "POST /RPC2 HTTP/1.1\r\nContent-Type: text/xml"
 
@@ -95,7 +95,12 @@ def test_a_web_page_cannot_drive_the_server(graph):
     assert graph.new_vertex_w_id(1) == -1, "nobody has cleared the graph"
 
 
-def test_a_hundred_clients_are_served_beside_those_that_say_nothing_or_go_away(graph):
+def test_a_hundred_clients_are_served_beside_those_that_say_nothing_or_go_away_and_a_call_at_work_is_not_ended(graph):
+    long = connect()
+    calls = [("new_vertex_w_id", 5), ("new_vertex_w_id", 6), *[("set_vertex_attribute", 5, "size", "2")] * 10000]
+    several = [{"methodName": f"tessarel.{method}", "params": arguments} for method, *arguments in calls]
+    long.sendall(request(xmlrpc.client.dumps((several,), "system.multicall").replace("\n", "")))
+    wait_until(lambda: graph.new_edge_w_id(7, 5, 6) == 0, "the first of the long one's calls")
     silent = [connect() for _ in range(600)]    # twice as many as there is room for
     for number, connection in enumerate(silent):
         connection.sendall([request("<" * 99)[:90], b"POST /RP", b""][min(number % 10, 2)])
@@ -110,6 +115,7 @@ def test_a_hundred_clients_are_served_beside_those_that_say_nothing_or_go_away(g
     with ThreadPoolExecutor(100) as clients:
         assert list(clients.map(work, range(100))) == 100 * [10 * [True]]
     assert time.monotonic() - start < 12 * SLOWNESS, "some have waited for the silent ones"
+    assert receive(long, b"</methodResponse>").count(b"<i4>0</i4>") == len(calls)
     for connection in silent:
         connection.close()
 
