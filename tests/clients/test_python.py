@@ -263,6 +263,24 @@ def test_a_failure_tells_what_can_be_known(graph, program):
     assert graph.new_vertex(0) and not graph.vertex_styles
 
 
+def failures_of(graph, *calls):
+    """What is told of the calls, made in one batch."""
+    with pytest.raises(tessarel.CallFailed) as caught, graph.batch():
+        for call in calls:
+            call()
+    return [f"{each.call}: {each.reason}" for each in [caught.value, *caught.value.further]]
+
+
+def test_a_pack_s_failures_tell_the_true_cause_whatever_comes_behind(graph, program):
+    parent, made = graph.new_vertex_style(), []
+    program.client.clear()
+    first, *rest = failures_of(graph, lambda: made.append(parent.new_style(size=2)),
+                               lambda: made.append(graph.new_vertex(style=made[0])))
+    assert f"vertex style {parent.id} {GONE}: the window was cleared" in first and len(rest) == 2
+    assert all(told.endswith(f": vertex style {made[0].id} {GONE}: it was not made") for told in rest)
+    assert exists("vertex", graph.vertices) == {made[1].id} and not made[1].gone
+
+
 @pytest.mark.parametrize("batched", [False, True])
 def test_calls_whose_answer_is_lost_are_made_once(graph, wire, batched):
     client = wire.client

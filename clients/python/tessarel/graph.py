@@ -208,7 +208,7 @@ class Vertex(VertexItem):
     @style.setter
     def style(self, style: VertexStyle) -> None:
         self._graph._check_style(style, VertexStyle)
-        calls = [Call("change_vertex_style", (self._id, style.id), self)]
+        calls = [Call("change_vertex_style", (self._id, style.id), self, style)]
         if (url := self._graph._url_for(self)) is not None:
             calls += self._settings([(CALLBACK, url)])
         self._graph._do(calls)
@@ -247,7 +247,7 @@ class Edge(EdgeItem):
     @style.setter
     def style(self, style: EdgeStyle) -> None:
         self._graph._check_style(style, EdgeStyle)
-        self._graph._do([Call("change_edge_style", (self._id, style.id), self)])
+        self._graph._do([Call("change_edge_style", (self._id, style.id), self, style)])
         self._style, self._values = style, None
 
     def remove(self) -> None:
@@ -511,7 +511,7 @@ class Graph:
         if chosen:
             self._make_alone(calls.pop())
         if isinstance(item, (Vertex, Edge)) and item._style.id != 0:
-            calls.append(Call(f"change_{item.kind}_style", (item.id, item._style.id), item))
+            calls.append(Call(f"change_{item.kind}_style", (item.id, item._style.id), item, item._style))
         calls += item._settings(written)
         item._remember(attributes)
         try:
@@ -582,12 +582,9 @@ class Graph:
     def _needed(self, call: Call) -> list[Item]:
         """What must be there, besides the item, for the call to be carried out."""
         item = call.item
-        needed: list[Item | None] = []
         if call.method.startswith("new_"):
-            needed = [item.first, item.second] if isinstance(item, Edge) else [] if isinstance(item, Vertex) else [item._parent]
-        elif call.method.startswith("change_"):
-            needed = [self._made[f"{item.kind}_style"].get(int(call.arguments[1]))]
-        return [each for each in needed if each is not None]
+            return [item.first, item.second] if isinstance(item, Edge) else [] if isinstance(item, Vertex) else [item._parent]
+        return [] if call.style is None else [call.style]
 
     def _reasons(self, calls: Sequence[Call]) -> list[str]:
         """Why each of the calls, all of them about an item, was answered with -1, as far as can be told from here."""
@@ -595,7 +592,7 @@ class Graph:
         return [self._why(call, missing) for call in calls]
 
     def _suspects(self, call: Call) -> list[Item]:
-        return [each for each in self._needed(call) if self._may_be_lost(each)]
+        return [each for each in self._needed(call) if each.gone or self._may_be_lost(each)]
 
     def _why(self, call: Call, missing: set[Item] | None) -> str:
         item = call.item

@@ -15,11 +15,12 @@ NUMBER = re.compile(rb"<i4>(-?\d+)</i4>")
 
 
 class Call(NamedTuple):
-    """A call of one of the server's methods, and the object that it is about."""
+    """A call of one of the server's methods, the object that it is about, and the style that it gives to that."""
 
     method: str
     arguments: tuple[int | str, ...]
     item: Any
+    style: Any = None
 
 
 class Refusal(Exception):
