@@ -281,6 +281,23 @@ def test_a_pack_s_failures_tell_the_true_cause_whatever_comes_behind(graph, prog
     assert exists("vertex", graph.vertices) == {made[1].id} and not made[1].gone
 
 
+def test_what_waits_in_another_thread_s_batch_is_not_there_yet_and_not_forgotten(graph, wire):
+    client, there = wire.client, wire.client.new_vertex()
+    with multiprocessing.pool.ThreadPool(1) as another, client.batch():
+        style = client.new_vertex_style()
+        waiting = client.new_vertex()
+        uses = [(lambda: client.new_edge(waiting, there), waiting), (lambda: waiting.set(size=2), waiting),
+                (lambda: setattr(there, "style", style), style), (lambda: style.set(size=2), style)]
+        for use, lacks in uses:
+            for wire.cut in (False, True):          # repeated, it may not count as made the first time
+                with pytest.raises(tessarel.CallFailed, match=f"failed: .* {lacks.id} is not there yet: it is in a batch"):
+                    another.apply(use)
+    assert not waiting.gone and not there.gone and not waiting.edges and not style.gone
+    for use, _ in uses:
+        use()
+    assert exists("edge", client.edges) == set(client.edges) and len(client.edges) == 1
+
+
 @pytest.mark.parametrize("batched", [False, True])
 def test_calls_whose_answer_is_lost_are_made_once(graph, wire, batched):
     client = wire.client
@@ -385,6 +402,9 @@ def test_a_server_that_hangs_is_given_up_after_the_time_out_and_found_again(grap
         program.process.send_signal(signal.SIGCONT)
         graph.timeout = 30 * SLOWNESS
         wait_until(lambda: exists("vertex", sent) == sent, "what was under way to be carried out")
+        program.client.remove_vertex(min(sent))
+        with pytest.raises(tessarel.CallFailed, match="another client has removed it$"):
+            graph.vertices[min(sent)].color = 3
         graph.new_vertex()
     finally:
         program.process.send_signal(signal.SIGCONT)

@@ -19,9 +19,9 @@ WAITING = ("remove_vertex", "remove_edge", "clear", "new_edge_style_w_id")
 class Witness(Protocol):
     """Who can say more of a failure than -1, and is told of calls that may never have been made."""
 
-    def _found_there(self, items: Iterable[Any]) -> None: ...
+    def _found_there(self, calls: Iterable[Call]) -> None: ...
     def _look_for_a_clear(self) -> None: ...
-    def _is_cleared_away(self, call: Call) -> bool: ...
+    def _lacks_something(self, call: Call) -> bool: ...
     def _reasons(self, calls: Sequence[Call]) -> list[str]: ...
     def _broken_off(self, calls: Sequence[Call]) -> None: ...
 
@@ -42,7 +42,12 @@ def ask(link: Link, calls: Sequence[Call]) -> tuple[list[int | str], bool]:
 def carry_out(link: Link, calls: Sequence[Call], witness: Witness) -> None:
     """Makes the calls in one request; CallFailed if one of them was refused."""
     if calls:
-        _judge(link, calls, len(calls) > 1, *link.exchange(request_for(calls), _waits(calls)), witness)
+        try:
+            answer = link.exchange(request_for(calls), _waits(calls))
+        except BaseException:
+            witness._found_there(_creations(calls))
+            raise
+        _judge(link, calls, len(calls) > 1, *answer, witness)
 
 
 class Batch:
@@ -94,6 +99,7 @@ class Batch:
                 answer = self._link.finish(request)
             except BaseException as error:      # the server may still be at it, and nothing must overtake it
                 late = isinstance(error, TimedOut) or not isinstance(error, Error)      # then it will still carry it out
+                self._witness._found_there(_creations(calls))
                 self._witness._broken_off(self._calls if late else [*calls, *self._calls])
                 self._drop()
                 raise
@@ -107,13 +113,18 @@ def _waits(calls: Sequence[Call]) -> int:
     return sum(call.method in WAITING for call in calls)
 
 
+def _creations(calls: Sequence[Call]) -> Iterable[Call]:
+    """Those that count as carried out when it does not become known; what they make is not on its way any more."""
+    return (call for call in calls if call.method.startswith("new_"))
+
+
 def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeated: bool, witness: Witness) -> None:
     try:
         answers = answers_in(body, len(calls), several)
     except Refusal as refusal:
         witness._broken_off(calls)
         raise Error(f"the server at {link.place} does not take a request: {refusal}") from refusal
-    witness._found_there(call.item for call, answer in zip(calls, answers) if answer == 0)
+    witness._found_there(call for call, answer in zip(calls, answers) if answer == 0 or call.method.startswith("new_"))
     # Calls without an item are the client's own affair.
     refused = [(number, call, answer) for number, (call, answer) in enumerate(zip(calls, answers))
                if answer != 0 and call.item is not None]
@@ -121,7 +132,7 @@ def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeat
         return
     witness._look_for_a_clear()
     refused = [(number, call, answer) for number, call, answer in refused if not
-               (repeated and answer == -1 and _may_be_done(calls, number) and not witness._is_cleared_away(call))]
+               (repeated and answer == -1 and _may_be_done(calls, number) and not witness._lacks_something(call))]
     reasons = iter(witness._reasons([call for _, call, answer in refused if answer == -1]))
     failures = [CallFailed(call.method, call.arguments, next(reasons) if answer == -1 else f"the server answers: {answer}")
                 for _, call, answer in refused]

@@ -4,6 +4,7 @@ from __future__ import annotations
 import contextlib
 import itertools
 import random
+import sys
 import threading
 from types import MappingProxyType, TracebackType
 from typing import Any, Callable, ClassVar, Collection, ItemsView, Iterable, Iterator, Mapping, Sequence, TypeVar, Unpack, ValuesView
@@ -25,6 +26,7 @@ Key = TypeVar("Key", int, str)
 FIRST_CHOSEN, FIRST_OF_SERVER = 1 << 20, 1 << 30
 CALLBACK = "callback_left_doubleclick"
 ID_MIN, ID_MAX = -2**31, 2**31 - 1
+UNANSWERED = sys.maxsize        # the age of what may still be in a batch that has not been sent
 
 
 class Item:
@@ -39,7 +41,7 @@ class Item:
         self._graph, self._id = graph, id
         self._values: dict[str, Any] | None = None
         self._gone = ""
-        self._age = graph._age
+        self._age = UNANSWERED
 
     def __init_subclass__(cls) -> None:
         cls.attributes = MappingProxyType(attributes_of(cls))
@@ -312,6 +314,7 @@ class Graph:
         self._named: dict[str, dict[str, Any]] = {"vertex_style": {}, "edge_style": {}}
         self._default_vertex_style = VertexStyle(self, 0, None, None)
         self._default_edge_style = EdgeStyle(self, 0, None, None)
+        self._default_vertex_style._age = self._default_edge_style._age = 0
         # A style that nobody uses or can remove: as long as it is there, the window has not been cleared.
         self._mark = next(self._ids)
         self._do([self._marking()])
@@ -568,16 +571,17 @@ class Graph:
                 self._age += 1
                 self._link.exchange(request_for([self._marking()]))
 
-    def _found_there(self, items: Iterable[Item | None]) -> None:
-        """These were there at this age."""
-        if self._age:
-            for item in items:
-                if item is not None:
-                    item._age = self._age
+    def _found_there(self, calls: Iterable[Call]) -> None:
+        """What these are about was there at this age."""
+        age = self._age
+        for call in calls:
+            if call.item is not None:
+                call.item._age = age
 
-    def _is_cleared_away(self, call: Call) -> bool:
-        """Whether the item, or what it needs, is of an age before this one."""
-        return any(self._may_be_lost(each) and each._age < self._age for each in [call.item, *self._needed(call)])
+    def _lacks_something(self, call: Call) -> bool:
+        """Whether the item, or what it needs, is of an age before this one or has not been made yet."""
+        return any(each._age == UNANSWERED or self._may_be_lost(each) and each._age < self._age
+                   for each in [call.item, *self._needed(call)])
 
     def _needed(self, call: Call) -> list[Item]:
         """What must be there, besides the item, for the call to be carried out."""
@@ -588,11 +592,12 @@ class Graph:
 
     def _reasons(self, calls: Sequence[Call]) -> list[str]:
         """Why each of the calls, all of them about an item, was answered with -1, as far as can be told from here."""
-        missing = self._missing({each for call in calls for each in self._suspects(call) if not each.gone})
+        missing = self._missing({each for call in calls for each in self._suspects(call)
+                                 if not each.gone and each._age != UNANSWERED})
         return [self._why(call, missing) for call in calls]
 
     def _suspects(self, call: Call) -> list[Item]:
-        return [each for each in self._needed(call) if each.gone or self._may_be_lost(each)]
+        return [each for each in self._needed(call) if each.gone or each._age == UNANSWERED or self._may_be_lost(each)]
 
     def _why(self, call: Call, missing: set[Item] | None) -> str:
         item = call.item
@@ -601,12 +606,13 @@ class Graph:
         if call.method.startswith("new_"):
             self._forget(item, NOT_MADE)
             own = f"id {item.id} is taken, by another client or by an earlier one whose graph nobody cleared"
-        elif item.kind.endswith("style") and not self._may_be_lost(item):
+        elif item.kind.endswith("style") and not self._may_be_lost(item) and item._age != UNANSWERED:
             return f"the server does not take {call.arguments[2]!r} as {call.arguments[1]}"
         else:
             own = self._lost(item, call)
         suspects = self._suspects(call)
-        culprits = [each for each in suspects if each.gone not in ("", *OWN_DOING) or missing and each in missing]
+        culprits = [each for each in suspects if each.gone not in ("", *OWN_DOING) or each._age == UNANSWERED
+                    or missing and each in missing]
         # What this client has taken away was there when it made the call, unless another of its threads did that.
         culprits = culprits or [each for each in suspects if each.gone]
         if culprits and culprits[0].gone:
@@ -615,7 +621,7 @@ class Graph:
             return ", or ".join([*(self._lost(each, call) for each in suspects), own])
         lost = culprits[0] if culprits else item
         reason = own if lost is item else self._lost(lost, call)
-        if isinstance(lost, (Vertex, Edge)):
+        if isinstance(lost, (Vertex, Edge)) and lost._age != UNANSWERED:
             self._forget(lost, self._fate(lost))
         return reason
 
@@ -629,6 +635,8 @@ class Graph:
             "another client has removed it"
 
     def _lost(self, item: Item, call: Call) -> str:
+        if item._age == UNANSWERED:
+            return f"{_words(item.kind)} {item.id} is not there yet: it is in a batch that has not been sent"
         reasons = [self._fate(item)]
         if item._gone not in ("", *reasons) and not call.method.startswith("remove_"):
             reasons.insert(0, item._gone)
@@ -718,7 +726,11 @@ class Graph:
 
     def _clicked(self, id: int) -> Vertex:
         """The vertex of a click; one that another client has made is known by its id alone."""
-        return self._made["vertex"].get(id) or Vertex(self, id, self._default_vertex_style)
+        vertex = self._made["vertex"].get(id)
+        if vertex is None:
+            vertex = Vertex(self, id, self._default_vertex_style)
+            vertex._age = self._age
+        return vertex
 
 
 NOT_MADE = "it was not made"
