@@ -281,6 +281,24 @@ def test_a_pack_s_failures_tell_the_true_cause_whatever_comes_behind(graph, prog
     assert exists("vertex", graph.vertices) == {made[1].id} and not made[1].gone
 
 
+@pytest.mark.parametrize("losses, reason", [
+    (1, "vertex {} .* has removed it"), (2, "vertex {} .*, or vertex {} .*, or id .*taken.*")])
+def test_to_find_out_what_is_missing_brings_nothing_back_and_leaves_nothing(graph, program, wire, monkeypatch, losses, reason):
+    lost, end = wire.client.new_vertex(), wire.client.new_vertex()
+    program.client.remove_vertex(lost.id)
+    ask, made, meanwhile = tessarel.graph.ask, set(), []
+
+    def asked(link, calls):
+        made.update(call.arguments[0] for call in calls if call.method == "new_vertex_w_id")
+        if len(meanwhile) < losses:
+            wire.cut = lambda: meanwhile.append(exists("vertex", [lost.id, end.id]))
+        return ask(link, calls)
+    monkeypatch.setattr(tessarel.graph, "ask", asked)
+    with pytest.raises(tessarel.CallFailed, match=f"failed: {reason.format(lost.id, end.id)}$"):
+        wire.client.new_edge(lost, end)
+    assert meanwhile == [{end.id}] * losses and exists("vertex", made | {lost.id, end.id}) == {end.id} and made
+
+
 def test_what_waits_in_another_thread_s_batch_is_not_there_yet_and_not_forgotten(graph, wire):
     client, there = wire.client, wire.client.new_vertex()
     with multiprocessing.pool.ThreadPool(1) as another, client.batch():

@@ -26,6 +26,8 @@ Key = TypeVar("Key", int, str)
 FIRST_CHOSEN, FIRST_OF_SERVER = 1 << 20, 1 << 30
 CALLBACK = "callback_left_doubleclick"
 ID_MIN, ID_MAX = -2**31, 2**31 - 1
+PROBES = range(ID_MIN, -FIRST_CHOSEN)       # ids of what is made to find something out: nobody chooses such ones
+ATTEMPTS = 2
 UNANSWERED = sys.maxsize        # the age of what may still be in a batch that has not been sent
 
 
@@ -645,21 +647,26 @@ class Graph:
     def _missing(self, suspects: Collection[Item]) -> set[Item] | None:
         """Those of the vertices and styles that the server does not have; None where it does not become known.
 
-        It is asked to make something that it refuses if the vertex is there, or if the style is not. Vertices made so are removed
-        at once; a style stays, for styles cannot be removed, and nothing has it.
+        It is asked to make what it refuses if they are not there: an edge to the vertex, from a probe that goes at the end of the
+        same request and takes its edges along, or a style below the style. That stays, for styles cannot be removed, and nothing
+        has it. A request is carried out to its end, whatever becomes of its answer, and so the probe never stays.
         """
         if not suspects:
             return set()
-        questions = [Call(f"new_{each.kind}_w_id", (each.id,) if isinstance(each, Vertex) else
-                          (self._choose(each.kind, None), each.id), None) for each in suspects]
-        with contextlib.suppress(Error, Refusal):
-            answers, repeated = ask(self._link, questions)
-            made = [answer == 0 for answer in answers]
-            if removals := [Call("remove_vertex", (each.id,), None) for each, new in zip(suspects, made)
-                            if new and isinstance(each, Vertex)]:
-                ask(self._link, removals)
-            if not repeated or all(made):       # else the first time may have made it
-                return {each for each, new in zip(suspects, made) if new == isinstance(each, Vertex)}
+        for _ in range(ATTEMPTS):
+            probe, *ids = random.SystemRandom().sample(PROBES, 1 + len(suspects))
+            questions = [Call(f"new_{'edge' if isinstance(each, Vertex) else each.kind}_w_id",
+                              (id, probe, each.id) if isinstance(each, Vertex) else (id, each.id), None)
+                         for id, each in zip(ids, suspects)]
+            calls = [Call("new_vertex_w_id", (probe,), None), Call("set_vertex_attribute", (probe, "visible", "false"), None),
+                     *questions, Call("remove_vertex", (probe,), None)]
+            try:
+                answers, repeated = ask(self._link, calls)
+            except (Error, Refusal):
+                return None
+            # The second time, what the first has made is in the way.
+            if not repeated and answers[0] == 0:
+                return {each for each, answer in zip(suspects, answers[2:]) if answer != 0}
         return None
 
     def _choose(self, kind: str, id: int | None) -> int:
