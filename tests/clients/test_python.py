@@ -272,6 +272,16 @@ def failures_of(graph, *calls):
 
 
 def test_a_pack_s_failures_tell_the_true_cause_whatever_comes_behind(graph, program):
+    for gone, *removed in [(0, 0), (1, 0, 1), (1, 0), (0, 0, 1)]:
+        ends = [graph.new_vertex() for _ in range(2)]
+        program.client.remove_vertex(ends[gone].id)
+        first, *rest = failures_of(graph, lambda: graph.new_edge(*ends), *(ends[number].remove for number in removed))
+        assert first.endswith(f"vertex {ends[gone].id} {GONE}: another client has removed it") and len(rest) == (gone in removed)
+    ends = [graph.new_vertex() for _ in range(2)]
+    program.client.remove_vertex(ends[1].id)
+    told, = failures_of(graph, lambda: graph.new_edge(*ends), graph.clear)
+    either = f"{GONE}: {tessarel.graph.CLEARED}, or another client has removed it"
+    assert all(f"vertex {end.id} {either}" in told for end in ends)
     parent, made = graph.new_vertex_style(), []
     program.client.clear()
     first, *rest = failures_of(graph, lambda: made.append(parent.new_style(size=2)),

@@ -1,7 +1,7 @@
 """Calls on their way to the server: packed, answered, and told what became of them."""
 from __future__ import annotations
 
-from typing import Any, Iterable, Protocol, Sequence
+from typing import Any, Iterable, Mapping, Protocol, Sequence
 
 from .errors import CallFailed, Error, TimedOut
 from .link import Link, Request
@@ -22,7 +22,7 @@ class Witness(Protocol):
     def _found_there(self, calls: Iterable[Call]) -> None: ...
     def _look_for_a_clear(self) -> None: ...
     def _lacks_something(self, call: Call) -> bool: ...
-    def _reasons(self, calls: Sequence[Call]) -> list[str]: ...
+    def _reasons(self, calls: Sequence[Call], removals: Mapping[Any, bool]) -> list[str]: ...
     def _broken_off(self, calls: Sequence[Call]) -> None: ...
 
 
@@ -133,7 +133,9 @@ def _judge(link: Link, calls: Sequence[Call], several: bool, body: bytes, repeat
     witness._look_for_a_clear()
     refused = [(number, call, answer) for number, call, answer in refused if not
                (repeated and answer == -1 and _may_be_done(calls, number) and not witness._lacks_something(call))]
-    reasons = iter(witness._reasons([call for _, call, answer in refused if answer == -1]))
+    removals = {call.item: answer == 0 for call, answer in zip(calls, answers)
+                if call.method.startswith("remove_") and (answer == 0 or not repeated)}
+    reasons = iter(witness._reasons([call for _, call, answer in refused if answer == -1], removals))
     failures = [CallFailed(call.method, call.arguments, next(reasons) if answer == -1 else f"the server answers: {answer}")
                 for _, call, answer in refused]
     if failures:

@@ -592,16 +592,27 @@ class Graph:
             return [item.first, item.second] if isinstance(item, Edge) else [] if isinstance(item, Vertex) else [item._parent]
         return [] if call.style is None else [call.style]
 
-    def _reasons(self, calls: Sequence[Call]) -> list[str]:
-        """Why each of the calls, all of them about an item, was answered with -1, as far as can be told from here."""
+    def _reasons(self, calls: Sequence[Call], removals: Mapping[Any, bool]) -> list[str]:
+        """Why each of the calls, all of them about an item, was answered with -1, as far as can be told from here. removals:
+        whether what the same request was to remove was there, as far as that is known."""
         missing = self._missing({each for call in calls for each in self._suspects(call)
-                                 if not each.gone and each._age != UNANSWERED})
-        return [self._why(call, missing) for call in calls]
+                                 if each._gone in ("", *OWN_DOING) and each._age != UNANSWERED and each not in removals})
+        return [self._why(call, missing, removals) for call in calls]
 
     def _suspects(self, call: Call) -> list[Item]:
         return [each for each in self._needed(call) if each.gone or each._age == UNANSWERED or self._may_be_lost(each)]
 
-    def _why(self, call: Call, missing: set[Item] | None) -> str:
+    def _at_fault(self, suspect: Item, missing: set[Item] | None, removals: Mapping[Any, bool]) -> bool | None:
+        """None where it stays open: of what this client has taken away, it may be another client that did so before."""
+        if suspect._gone not in ("", *OWN_DOING) or suspect._age == UNANSWERED:
+            return True
+        if suspect in removals:
+            return not removals[suspect]
+        if missing is None or suspect in missing and suspect._gone:
+            return None
+        return suspect in missing
+
+    def _why(self, call: Call, missing: set[Item] | None, removals: Mapping[Any, bool]) -> str:
         item = call.item
         if item._gone == NOT_MADE:
             return _gone(item)
@@ -611,18 +622,14 @@ class Graph:
         elif item.kind.endswith("style") and not self._may_be_lost(item) and item._age != UNANSWERED:
             return f"the server does not take {call.arguments[2]!r} as {call.arguments[1]}"
         else:
-            own = self._lost(item, call)
-        suspects = self._suspects(call)
-        culprits = [each for each in suspects if each.gone not in ("", *OWN_DOING) or each._age == UNANSWERED
-                    or missing and each in missing]
-        # What this client has taken away was there when it made the call, unless another of its threads did that.
-        culprits = culprits or [each for each in suspects if each.gone]
-        if culprits and culprits[0].gone:
-            return _gone(culprits[0])
-        if suspects and missing is None:
-            return ", or ".join([*(self._lost(each, call) for each in suspects), own])
-        lost = culprits[0] if culprits else item
-        reason = own if lost is item else self._lost(lost, call)
+            own = self._lost(item, removals)
+        faults = {each: self._at_fault(each, missing, removals) for each in self._suspects(call)}
+        lost = next((each for each, fault in faults.items() if fault), item)
+        if lost._gone not in ("", *OWN_DOING) and lost is not item:
+            return _gone(lost)
+        if lost is item and None in faults.values():
+            return ", or ".join([*(self._lost(each, removals) for each, fault in faults.items() if fault is None), own])
+        reason = own if lost is item else self._lost(lost, removals)
         if isinstance(lost, (Vertex, Edge)) and lost._age != UNANSWERED:
             self._forget(lost, self._fate(lost))
         return reason
@@ -636,11 +643,11 @@ class Graph:
         return "the window was cleared by another client, or the server was started anew" if item._age < self._age else \
             "another client has removed it"
 
-    def _lost(self, item: Item, call: Call) -> str:
+    def _lost(self, item: Item, removals: Mapping[Any, bool]) -> str:
         if item._age == UNANSWERED:
             return f"{_words(item.kind)} {item.id} is not there yet: it is in a batch that has not been sent"
         reasons = [self._fate(item)]
-        if item._gone not in ("", *reasons) and not call.method.startswith("remove_"):
+        if item._gone not in ("", *reasons) and item not in removals:
             reasons.insert(0, item._gone)
         return f"{_words(item.kind)} {item.id} is not there any more: {', or '.join(reasons)}"
 
