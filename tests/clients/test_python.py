@@ -309,6 +309,22 @@ def test_to_find_out_what_is_missing_brings_nothing_back_and_leaves_nothing(grap
     assert meanwhile == [{end.id}] * losses and exists("vertex", made | {lost.id, end.id}) == {end.id} and made
 
 
+def test_a_connection_lost_behind_a_refusal_keeps_no_failure_from_being_told(graph, program, monkeypatch):
+    lost, end = graph.new_vertex(), graph.new_vertex()
+    program.client.remove_vertex(lost.id)
+    exchange, sent = graph._link.exchange, []
+
+    def once(*arguments):
+        sent.append(arguments)
+        if len(sent) > 1:
+            raise tessarel.LostConnection
+        return exchange(*arguments)
+    monkeypatch.setattr(graph._link, "exchange", once)
+    with pytest.raises(tessarel.CallFailed, match=f"vertex {lost.id} .*, or vertex {end.id} "):
+        graph.new_edge(lost, end)
+    assert not graph.edges
+
+
 def test_what_waits_in_another_thread_s_batch_is_not_there_yet_and_not_forgotten(graph, wire):
     client, there = wire.client, wire.client.new_vertex()
     with multiprocessing.pool.ThreadPool(1) as another, client.batch():

@@ -566,9 +566,10 @@ class Graph:
                 self._forget(call.item, "the connection was lost, or given up, before it was known to be made")
 
     def _look_for_a_clear(self) -> None:
-        """If somebody else has cleared the window, or started the server anew, a new age begins: what was made before is gone."""
+        """If somebody else has cleared the window, or started the server anew, a new age begins: what was made before is gone.
+        A connection that is lost meanwhile keeps no failure from being told."""
         mark = [Call("set_vertex_style_attribute", (self._mark, "visible", "true"), None)]
-        with self._looking:
+        with self._looking, contextlib.suppress(Error):
             if b"<i4>-1</i4>" in self._link.exchange(request_for(mark))[0]:
                 self._age += 1
                 self._link.exchange(request_for([self._marking()]))
