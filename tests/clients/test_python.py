@@ -243,12 +243,21 @@ def test_a_failure_tells_what_can_be_known(graph, program):
         vertex = graph.new_vertex(9)
         program.client.remove_vertex(9)
         vertex.color = 3
+
+    def between():
+        """One of the time between the clear and its discovery."""
+        vertex = graph.new_vertex(8)
+        with pytest.raises(tessarel.CallFailed, match="anew$"):
+            style.set(size=2)
+        program.client.remove_vertex(8)
+        vertex.color = 3
     removed = [(lambda: setattr(lost[0], "style", style), "vertex 2 is not .* another client has removed it$"),
                (lambda: lost[1].set(size=2), "^set_vertex_attribute.*vertex 3 is not .* another client has removed it$"),
                (lambda: graph.new_edge(one, lost[2]), "failed: vertex 4 is not .* another client has removed it$"),
                (lambda: graph.new_edge(one, two, 4), "failed: id 4 is taken"), (lost[3].remove, "^remove_vertex.5. failed: vertex 5"),
                (lambda: style.new_style(id=5), f"^new_vertex_style_w_id.5, {style.id}. failed: id 5 is taken, by another client")]
-    cleared = [(lambda: setattr(one, "style", style), f"failed: vertex style {style.id} is not .* was cleared"),
+    cleared = [(between, "vertex 8 is not .* was cleared by .*, or another client has removed it$"),
+               (lambda: setattr(one, "style", style), f"failed: vertex style {style.id} is not .* was cleared"),
                (lambda: setattr(road, "style", graph.default_edge_style), "edge 3 is not .* was cleared"),
                (lambda: track.set(width=1), f"edge style {track.id} is not .* was cleared"),
                (lambda: style.new_style(id=6), f"failed: vertex style {style.id} is not .* was cleared.*anew$"),

@@ -641,8 +641,12 @@ class Graph:
 
     def _fate(self, item: Item) -> str:
         """What has become of an item that the server does not have any more."""
-        return "the window was cleared by another client, or the server was started anew" if item._age < self._age else \
-            "another client has removed it"
+        removed = "another client has removed it"
+        cleared = "the window was cleared by another client, or the server was started anew"
+        if item._age >= self._age:
+            return removed
+        # It may have been made after the clear, which nobody had noticed then; but styles can't be removed.
+        return f"{cleared}, or {removed}" if isinstance(item, (Vertex, Edge)) else cleared
 
     def _lost(self, item: Item, removals: Mapping[Any, bool]) -> str:
         if item._age == UNANSWERED:
