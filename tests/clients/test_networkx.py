@@ -212,6 +212,10 @@ def test_a_graph_goes_on_after_another_client_has_cleared_the_window_and_not_aft
     G = live(LiveDiGraph)([(1, 2), (2, 3)])
     Client().clear()
     with pytest.raises(tessarel.CallFailed):
+        G.add_edge(7, 8)
+    G.add_edge(8, 9)                            # what has nothing to do with what was cleared
+    assert G.edge(7, 8).style.arrow and len(window.there("edge")) == 2
+    with pytest.raises(tessarel.CallFailed):
         G.add_edge(3, 4)
     G.redraw()
     G.vertex(4).remove()

@@ -204,9 +204,9 @@ class Mirror:
         assert data is not None
         look = self.looks.edge(key[0], key[1], data)
         edge = self.edges.get(key)
+        if self._arrows and (self._style is None or self._is_lost(self._style)):
+            self._style = self.window.new_edge_style()
         if edge is None or edge.gone:
-            if self._arrows and (self._style is None or self._style.gone or self.window._may_be_lost(self._style)):
-                self._style = self.window.new_edge_style()
             first, second = key[:2]
             self.edges[key] = made = self.window.new_edge(self.vertices[first], self.vertices[second], style=self._style, **look)
             self._told.pop(edge, None)
@@ -216,10 +216,17 @@ class Mirror:
         else:
             self._change(edge, look)
 
-    def _change(self, item: Vertex | Edge, look: dict[str, Any]) -> None:
+    def _is_lost(self, style: Item) -> bool:
+        return bool(style.gone) or self.window._may_be_lost(style)
+
+    def _change(self, item: Any, look: dict[str, Any]) -> None:
         told = self._told.get(item)
         if told is None or told.keys() - look.keys():
-            item.style = item.style       # the way to take a value back
+            style = item.style
+            if self._is_lost(style):
+                style = self.window.default_vertex_style if isinstance(item, Vertex) else \
+                    self._style or self.window.default_edge_style
+            item.style = style          # the way to take a value back
             told = {}
         changes = {name: value for name, value in look.items() if told.get(name, ABSENT) != value}
         if changes:
