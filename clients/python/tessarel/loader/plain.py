@@ -5,13 +5,14 @@ import inspect
 import json
 import re
 import shlex
-from typing import Any
+from typing import Any, Iterator
 
 import networkx as nx
 
 from .faults import BadLine, told
 
-
+GML_WORD = re.compile(r'"[^"\n]*"|#.*|[][]|[+-]?[0-9.]+(?:[Ee][+-]?[0-9]+)?|[^][\s"#]+')
+GML_NAMES = {"node": ("id", "label"), "edge": ("source", "target", "key")}     # what may stand but once, and be no record
 # Where a GML file's graph begins, in quotes and comments aside.
 GML_GRAPH = re.compile(r'"[^"]*"|^\s*#.*|\bgraph\s*\[', re.M)
 
@@ -43,25 +44,52 @@ def _gml(text: str) -> Any:
 
 
 def _gml_fault(text: str, error: Exception) -> tuple[str, int | None]:
+    def line(position: int) -> int:
+        return text.count("\n", 0, position) + 1
     said = told(error)
     if place := re.search(r" at \((\d+), \d+\)$", said):
-        return said[:place.start()], int(place[1])
-    starts = {kind: [found.start() for found in re.finditer(rf'"[^"]*"|\b({kind})\s*\[', text) if found[1]]
-              for kind in ("node", "edge")}
-    number = None
-    if place := re.match(r"(node|edge) #(\d+)", said):
-        kind, number = place[1], int(place[2])
-    elif place := re.match(r"node id (\S+) is duplicated", said):
-        kind = "node"
-        twice = [index for index, start in enumerate(starts["node"])
-                 if re.match(rf"node\s*\[[^\]]*?\bid\s+{re.escape(place[1])}\s", text[start:start + 10000])]
-        number = twice[1] if len(twice) > 1 else None
-    if "more than one graph" in said:
-        graphs = [found.start() for found in GML_GRAPH.finditer(text) if found[0].startswith("graph")]
-        return said, text.count("\n", 0, graphs[1]) + 1
-    if number is not None and number < len(starts[kind]):
-        return said, text.count("\n", 0, starts[kind][number]) + 1
+        return said[:place.start()], min(int(place[1]), line(len(text.rstrip())))
+    wanted = re.match(r"(node|edge) #(\d+)", said)
+    counts: dict[str, int] = {}
+    ids: set[str] = set()
+    names: set[str] = set()         # of the node or edge, those that have come
+    start = 0
+    for path, key, value, position in _gml_entries(text):
+        if path == () and key == "graph" or path == ("graph",) and key in GML_NAMES:
+            count = counts[key] = counts.get(key, 0) + 1
+            start = position
+            names.clear()
+            if isinstance(error, AttributeError) and value != "[":
+                return f"{key} wants brackets behind it", line(position)
+            if key == "graph" and count == 2 and "more than one graph" in said or \
+                    wanted and wanted[1] == key and int(wanted[2]) == count - 1:
+                return said, line(position)
+        elif len(path) == 2 and path[0] == "graph" and key in GML_NAMES.get(path[1], ()):
+            if isinstance(error, TypeError) and (value == "[" or key in names):
+                return f"a second {key} of one {path[1]}" if key in names else f"{key} wants a text or a number", line(position)
+            if key == "id" and value in ids and re.match(r"node id .* is duplicated", said):
+                return said, line(start)
+            names.add(key)
+            ids.update({value} if key == "id" else ())
     return said, None
+
+
+def _gml_entries(text: str) -> Iterator[tuple[tuple[str, ...], str, str, int]]:
+    """The keys that each stands in, the key, what stands behind it, and where the key begins."""
+    path: list[str] = []
+    key = None
+    for found in GML_WORD.finditer(text):
+        if found[0].startswith("#"):
+            continue
+        if found[0] == "]":
+            path, key = path[:-1], None
+        elif key is None:
+            key, position = found[0], found.start()
+        else:
+            yield tuple(path), key, found[0], position
+            if found[0] == "[":
+                path.append(key)
+            key = None
 
 
 MOST_UNNAMED = 1_000_000        # vertices of a Pajek file, which a few bytes of it can ask for
