@@ -272,6 +272,23 @@ def test_a_failure_tells_what_can_be_known(graph, program):
     assert graph.new_vertex(0) and not graph.vertex_styles
 
 
+@pytest.mark.parametrize("carried_out", [False, True])
+def test_a_removal_whose_connection_was_lost_can_be_made_again(graph, monkeypatch, carried_out):
+    vertex, exchange = graph.new_vertex(), graph._link.exchange
+
+    def lost(*arguments):
+        if carried_out:
+            exchange(*arguments)
+        raise tessarel.LostConnection
+    with monkeypatch.context() as patch, pytest.raises(tessarel.LostConnection):
+        patch.setattr(graph._link, "exchange", lost)
+        vertex.remove()
+    vertex.remove()
+    assert not exists("vertex", [vertex.id])
+    with pytest.raises(tessarel.CallFailed, match="this client has removed it$"):
+        vertex.remove()
+
+
 def failures_of(graph, *calls):
     """What is told of the calls, made in one batch."""
     with pytest.raises(tessarel.CallFailed) as caught, graph.batch():

@@ -539,10 +539,20 @@ class Graph:
         call = Call(f"remove_{item.kind}", (item.id,), item)
         self._make_room()
         with self._lock:
-            if item._gone:
+            again = item._gone == DOUBTFUL
+            if item._gone and not again:
                 raise CallFailed(call.method, call.arguments, _gone(item))
             self._forget(item, REMOVED)
-        self._do([call])
+        try:
+            self._do([call])
+        except LostConnection:
+            if getattr(self._thread, "batch", None) is None:
+                item._gone = DOUBTFUL
+            raise
+        except CallFailed:
+            if not again:       # else the first time has done it
+                raise
+        item._gone = REMOVED
 
     def _forget(self, item: Item, reason: str) -> None:
         with self._lock:
@@ -753,6 +763,7 @@ class Graph:
 
 
 NOT_MADE = "it was not made"
+DOUBTFUL = "the connection was lost while it was removed"
 REMOVED, CLEARED = OWN_DOING = "this client has removed it", "this client has cleared the window"
 
 
