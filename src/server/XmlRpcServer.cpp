@@ -269,26 +269,46 @@ XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint
   if (error != nullptr && !env->fault_occurred) xmlrpc_env_set_fault(env, XMLRPC_INTERNAL_ERROR, error);
 }
 
+XmlRpcServer::~XmlRpcServer() {
+  if (server.srvP != nullptr) ServerFree(&server);
+  if (chanSwitch != nullptr) ChanSwitchDestroy(chanSwitch);
+  if (listener >= 0) close(listener);
+}
+
+std::uint16_t XmlRpcServer::port() const {
+  sockaddr_in address = {};
+  socklen_t size = sizeof address;
+  getsockname(listener, reinterpret_cast<sockaddr*>(&address), &size);
+  return ntohs(address.sin_port);
+}
+
 void XmlRpcServer::serve() {
   connectionTable = &connections;
-  std::thread(&XmlRpcServer::watch, this).detach();
-  while (true) {
+  std::thread watcher(&XmlRpcServer::watch, this);
+  while (!stopping) {
     // Returns on the first failure to take a connection, and has then told so on standard output. Those at work go on.
     ServerRun(&server);
     // If it was not for want of descriptors, then of threads or memory, which the connections hold too.
-    if (descriptorsAreFree()) connections.endSome();
+    if (!stopping && descriptorsAreFree()) connections.endSome();
     do {
+      if (stopping) break;
       connections.look(patience);
       sleepMilliseconds(pauseMilliseconds);
     } while (!descriptorsAreFree());
   }
+  watcher.join();
 }
 
 void XmlRpcServer::watch() {
-  while (true) {
+  while (!stopping) {
     const std::size_t count = connections.look(patience);
     sleepMilliseconds(count > connections.limits().most / 2 ? lookMillisecondsWhenMany : lookMilliseconds);
   }
+}
+
+void XmlRpcServer::stop() {
+  stopping = true;
+  ServerTerminate(&server);
 }
 
 void* serverMain(void*) {
@@ -308,6 +328,7 @@ void* serverMain(void*) {
     writeLine(std::cerr, "tessarel: cannot start a thread: ", error.what());
     std::_Exit(1);
   }
+  return nullptr;
 }
 
 }  // namespace quorel
