@@ -47,9 +47,9 @@ public:
     close(atServer);
   }
 
-  bool isEnded() const {
+  bool isEnded(int waitMilliseconds = 20) const {
     pollfd state = {.fd = atServer, .events = POLLIN, .revents = 0};
-    return poll(&state, 1, 20) == 1;
+    return poll(&state, 1, waitMilliseconds) == 1;
   }
 
   const int fd = socket(AF_INET, SOCK_STREAM, 0);
@@ -98,8 +98,9 @@ TEST_F(ConnectionTableTest, theNextIsTakenWhenOneOfABurstHasGone) {
   table.waitForRoom(1h);
   const Client third(listener, table);
   auto taking = std::async(std::launch::async, [&] { table.waitForRoom(1h); });
-  EXPECT_TRUE(first->isEnded());
+  EXPECT_TRUE(first->isEnded(5000));
   EXPECT_EQ(taking.wait_for(50ms), std::future_status::timeout);
+  EXPECT_EQ(table.look(1h), 2U);
   first.reset();
   EXPECT_EQ(taking.wait_for(5s), std::future_status::ready);
 }
