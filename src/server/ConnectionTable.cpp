@@ -33,7 +33,7 @@ bool hasUnread(int fd) {
 }  // namespace
 
 ConnectionTable::ConnectionTable(const Limits& limits)
-    : most(limits), nothing(open("/dev/null", O_RDONLY | O_CLOEXEC)), second(fcntl(nothing, F_DUPFD_CLOEXEC, 0)) {}
+    : bounds(limits), nothing(open("/dev/null", O_RDONLY | O_CLOEXEC)), second(fcntl(nothing, F_DUPFD_CLOEXEC, 0)) {}
 
 ConnectionTable::~ConnectionTable() {
   close(second);
@@ -42,7 +42,7 @@ ConnectionTable::~ConnectionTable() {
 
 void ConnectionTable::waitForRoom(Clock::duration patience) {
   std::unique_lock hold(mutex);
-  const auto isFull = [&] { return connections.size() >= most.most + most.burst; };
+  const auto isFull = [&] { return connections.size() >= bounds.most + bounds.burst; };
   while (isFull()) {
     lookWhileLocked(patience);
     if (isFull()) changed.wait_for(hold, pauseForRoom);
@@ -112,7 +112,7 @@ std::size_t ConnectionTable::lookWhileLocked(Clock::duration patience) {
     if (!connection.atWork && Clock::now() - connection.waitingSince > patience) end(entry);
     left += !connection.ended;
   }
-  while (left > most.most) {
+  while (left > bounds.most) {
     Entry* const entry = firstToGo(Size::small);
     if (entry == nullptr) break;
     end(*entry);
@@ -160,7 +160,7 @@ bool ConnectionTable::isNext(const Connection& connection) const {
     if (other.wanted == connection.wanted && other.turn < connection.turn) return false;
     held += other.size == connection.wanted;
   }
-  return held < (connection.wanted == Size::medium ? most.mostMedium : most.mostLarge);
+  return held < (connection.wanted == Size::medium ? bounds.mostMedium : bounds.mostLarge);
 }
 
 }  // namespace quorel

@@ -41,7 +41,7 @@ public:
   ConnectionTable& operator=(const ConnectionTable&) = delete;
   ~ConnectionTable();
 
-  const Limits& limits() const { return most; }
+  const Limits& limits() const { return bounds; }
 
   /// Returns when there is room for one more of a burst, and looks until there is.
   void waitForRoom(Clock::duration patience);
@@ -86,7 +86,7 @@ private:
   /// Whether there is room for the request that is held back, and none of its size has waited for longer.
   bool isNext(const Connection& connection) const;
 
-  const Limits most;
+  const Limits bounds;
   // Two descriptors held from the start: there must be one when all others are in use.
   const int nothing;
   const int second;
