@@ -3,12 +3,14 @@
 
 usage: tests/reliability/load.py [--seconds 10] [--processors N]
 
-Prints: the rate and the slowest call of 1, 8 and 100 clients; a call beside 200 idle and 20 half-sent connections; the
-server after its file descriptors were used up for a second; and, with 5,000 vertices stepping and drawn, how many frames
-the calls take that wait for the step. With --processors the server believes in so many: from three on its frame loop does
-not sleep, so that only the order of arrival lets a waiting call in. Ends with status 1 if one of them is worse than it may be.
+Prints: the rate and the slowest call of 1, 8 and 100 clients; a call beside 200 idle and 20 half-sent connections, and beside
+clients who take more than there is room for; the server after its file descriptors were used up for a second; and, with
+5,000 vertices stepping and drawn, how many frames the calls take that wait for the step. With --processors the server
+believes in so many: from three on its frame loop does not sleep, so that only the order of arrival lets a waiting call in.
+Ends with status 1 if one of them is worse than it may be.
 """
 import argparse
+import contextlib
 import http.client
 import itertools
 import multiprocessing
@@ -17,6 +19,7 @@ import resource
 import select
 import socket
 import statistics
+import struct
 import sys
 import threading
 import time
@@ -27,7 +30,7 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 from soak import watched_window                          # noqa: E402
 from support.program import PORT                         # noqa: E402
 
-LIMITS = {"slowest of 100 clients, s": 1.0, "8 clients over 100": 2.0, "beside silent connections, ms": 100.0,
+LIMITS = {"slowest of 100 clients, s": 1.0, "8 clients over 100": 2.0, "beside silent connections, ms": 100.0, "beside greedy clients, s": 1.0,
           "answers without descriptors": 0, "after descriptors ran out, s": 5.0, "frames a waiting call takes": 2}
 complaints = []
 
@@ -120,6 +123,74 @@ def silent_connections():
          "beside silent connections, ms", 1e3 * max(beside))
 
 
+HEADER = "POST /RPC2 HTTP/1.1\r\nHost: here\r\nContent-Type: text/xml\r\nContent-Length: {}\r\n\r\n"
+
+
+def dripping(over, number):
+    """From one port to as many addresses of this machine: a header, and then a byte of the body now and then."""
+    with socket.socket() as connection:
+        connection.setsockopt(socket.SOL_SOCKET, socket.SO_REUSEADDR, 1)
+        connection.bind(("127.0.0.1", 5555))
+        connection.connect((f"127.0.{1 + number // 250}.{1 + number % 250}", PORT))
+        connection.sendall(HEADER.format(100_000).encode())
+        while not over.wait(2):
+            connection.sendall(b"y")
+
+
+def batches(count):
+    def client(over, _):
+        """Repeats a batch that is long under way."""
+        body = xmlrpc.client.dumps(([{"methodName": "tessarel.new_edge_style", "params": [0]}] * count,), "system.multicall")
+        body = body.replace("\n", "").encode()
+        with socket.create_connection(("127.0.0.1", PORT), 300) as connection:
+            while not over.is_set():
+                connection.sendall(HEADER.format(len(body)).encode() + body)
+                answer = b""
+                while b"</methodResponse>" not in answer and (part := connection.recv(1 << 16)):
+                    answer = answer[-20:] + part
+    return client
+
+
+def resetting(over, number):
+    """Resets its connection while its long request waits to be read; some have such requests worked on meanwhile."""
+    if number < 34:
+        return batches(15_000)(over, number)
+    over.wait(3)
+    with socket.create_connection(("127.0.0.1", PORT)) as connection:
+        connection.sendall(HEADER.format(4_000_000).encode())
+        over.wait(0.1)
+        connection.setsockopt(socket.SOL_SOCKET, socket.SO_LINGER, struct.pack("ii", 1, 0))
+
+
+def greedy_clients(seconds):
+    for name, count, client in [("drip from one port", 340, dripping), ("reset while they wait", 434, resetting),
+                                ("repeat 2,200 calls", 360, batches(2200))]:
+        over = threading.Event()
+
+        def attack(number, client=client, over=over):
+            while not over.is_set():
+                with contextlib.suppress(OSError):      # the server ends those that take too much
+                    client(over, number)
+                over.wait(0.5)
+        clients = [threading.Thread(target=attack, args=(number,)) for number in range(count)]
+        for thread in clients:
+            thread.start()
+        time.sleep(5)
+        times, failed, end = [], 0, time.monotonic() + seconds
+        while time.monotonic() < end:
+            try:
+                times.append(Caller()("set_vertex_attribute", 1, "size", "2"))
+            except (OSError, http.client.HTTPException):
+                failed += 1
+            time.sleep(0.1)
+        over.set()
+        for thread in clients:
+            thread.join()
+        slowest = float("inf") if failed else max(times)
+        tell(f"beside {count} clients that {name}: {len(times)} calls, {failed} not answered, the slowest took "
+             f"{1e3 * max(times, default=0):.0f} ms", "beside greedy clients, s", slowest)
+
+
 def no_descriptors(program):
     pid = program.process.pid
     before = resource.prlimit(pid, resource.RLIMIT_NOFILE)
@@ -194,6 +265,7 @@ def main():
         program.client.new_vertex_w_id(1)
         many_clients(options.seconds)
         silent_connections()
+        greedy_clients(options.seconds)
         no_descriptors(program)
         waiting_calls(program, frames, options.seconds)
     return 1 if complaints else 0
