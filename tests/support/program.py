@@ -19,8 +19,9 @@ socket.setdefaulttimeout(30 * SLOWNESS)            # a call that hangs is a fail
 COMPLAINTS = re.compile(r"Sanitizer|runtime error:|Assertion|terminate called|^X Error|freeglut.*ERROR")
 
 
-def limit_descriptors():
-    """To what a desktop gives a program; some test machines give a thousand times as many."""
+def be_as_on_a_desktop():
+    """So many descriptors, where some test machines give a thousand times as many, and Ctrl-C not ignored, as in the background."""
+    signal.signal(signal.SIGINT, signal.SIG_DFL)
     resource.setrlimit(resource.RLIMIT_NOFILE, (1024, resource.getrlimit(resource.RLIMIT_NOFILE)[1]))
 
 
@@ -87,7 +88,7 @@ class Program:
         self.display = display
         self.process = subprocess.Popen([BINARY, *arguments], env=environment, stdin=subprocess.DEVNULL,
                                         stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True, errors="replace",
-                                        preexec_fn=limit_descriptors)
+                                        preexec_fn=be_as_on_a_desktop)
         self.output = Lines(self.process.stdout) if heard else None
         self.errors = Lines(self.process.stderr) if heard else None
         self.client = Client()
