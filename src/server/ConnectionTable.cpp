@@ -143,6 +143,8 @@ auto ConnectionTable::firstToGo(Size least) -> Entry* {
   for (Entry& entry : connections) {
     const Connection& connection = entry.second;
     if (connection.ended || connection.atWork || connection.size < least) continue;
+    // Most are told apart by their time alone, without a question to the system.
+    if (first != nullptr && !turnOfFirst.first && connection.waitingSince >= turnOfFirst.second) continue;
     const bool isShort = connection.size == Size::small && connection.wanted == Size::small;
     const std::pair turn(isShort && hasUnread(connection.fd), connection.waitingSince);
     if (first != nullptr && turn >= turnOfFirst) continue;

@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
@@ -230,6 +231,8 @@ XmlRpcServer::XmlRpcServer(xmlrpc_env* env, xmlrpc_registry* registry, std::uint
     xmlrpc_env_set_fault(env, XMLRPC_INTERNAL_ERROR, "Too few file descriptors to serve clients");
     return;
   }
+  // The library writes to connections that the client may have closed.
+  std::signal(SIGPIPE, SIG_IGN);
   xmlrpc_limit_set(XMLRPC_XML_SIZE_LIMIT_ID, longestRequestBytes);
   const char* error = nullptr;
   AbyssInit(&error);
